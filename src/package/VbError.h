@@ -1,0 +1,33 @@
+#pragma once
+// Run-time errors with the classic BASIC numbers. Where the documented
+// behaviour says a failure "is passed to the caller", it travels as a VbError;
+// routines documented to ignore errors catch it where they stand.
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace kv {
+
+namespace vberr {
+inline constexpr int32_t Overflow = 6;
+inline constexpr int32_t SubscriptOutOfRange = 9;
+inline constexpr int32_t TypeMismatch = 13;
+inline constexpr int32_t FileNotFound = 53;
+inline constexpr int32_t PermissionDenied = 70;
+inline constexpr int32_t PathNotFound = 76;
+inline constexpr int32_t DuplicateKey = 457;
+// First number reserved for the application's own objects (0x80040001).
+inline constexpr int32_t AppObjectError = static_cast<int32_t>(0x80040001u);
+}  // namespace vberr
+
+class VbError : public std::runtime_error {
+ public:
+  explicit VbError(int32_t number, const std::string& what = {})
+      : std::runtime_error(what.empty() ? "run-time error " + std::to_string(number) : what), number_(number) {}
+  int32_t Number() const noexcept { return number_; }
+
+ private:
+  int32_t number_;
+};
+
+}  // namespace kv

@@ -1,0 +1,56 @@
+#pragma once
+// The state one run of the installer shares between start-up, the engine and
+// the pages. Owned by the entry point (or by a test) and passed by reference:
+// there are no hidden globals, so every test can build a session of its own.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "package/UserInteraction.h"
+
+namespace kv {
+
+class CPackage;
+
+struct Session {
+  explicit Session(UserInteraction& ui) : Ui(ui) {}
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  UserInteraction& Ui;
+  // For the package data layer: where to report, under which title.
+  UiContext Context() { return UiContext{Ui, SetupTitle}; }
+
+  std::string SetupTitle = "Kivra Setup: ";
+  std::string AppDir;           // installer folder, always ending in "\"
+  std::string ProgramFilesDir;  // never ending in "\"
+  std::shared_ptr<CPackage> Package;
+  std::shared_ptr<CPackage> OtherPackage;  // another installed version, or null
+  bool OtherIsNewer = false;
+  bool IsNewInstall = false;
+  bool FilesInstalled = false;
+  bool Cancelled = false;
+  bool PackageRegistered = false;
+  bool RestartRequired = false;
+  PageId CurrentPage = PageId::None;
+  std::uintptr_t WindowIcon = 0;  // icon handle owned by the window side
+
+  // Filled once at start-up by ProbeWindowsVersion.
+  bool IsWindowsNT = true;
+  int32_t WinMajorVersion = 0;
+  int32_t WinMinorVersion = 0;
+
+  // Flags of the wizard and the engine.
+  bool InstallationStarted = false;
+  bool Finished = false;
+  bool IsUpdate = false;          // update of an older version
+  bool IsRepair = false;
+  bool ExistingFolder = false;    // install into the folder of an existing installation
+  bool FilesLeft = false;         // uninstallation could not remove some files
+  bool FolderLeft = false;        // ... or the installation folder
+  bool SelfRemovalPending = false;
+  std::shared_ptr<CPackage> PackageToRemoveFirst;
+  std::string SelfDeleteHelper;   // where the self-delete helper was copied to
+};
+
+}  // namespace kv
