@@ -18,6 +18,13 @@ inline constexpr int32_t PathNotFound = 76;
 inline constexpr int32_t DuplicateKey = 457;
 // First number reserved for the application's own objects (0x80040001).
 inline constexpr int32_t AppObjectError = static_cast<int32_t>(0x80040001u);
+// Further classic numbers the package layer raises.
+inline constexpr int32_t InvalidProcedureCall = 5;  // keyed lookup of a missing key
+inline constexpr int32_t OutOfMemory = 7;
+inline constexpr int32_t OutOfStackSpace = 28;      // groups nested too deeply
+inline constexpr int32_t BadFileName = 52;
+inline constexpr int32_t DiskFull = 61;
+inline constexpr int32_t PathFileAccessError = 75;
 }  // namespace vberr
 
 class VbError : public std::runtime_error {

@@ -3,6 +3,7 @@
 // the pages. Owned by the entry point (or by a test) and passed by reference:
 // there are no hidden globals, so every test can build a session of its own.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -51,6 +52,17 @@ struct Session {
   bool SelfRemovalPending = false;
   std::shared_ptr<CPackage> PackageToRemoveFirst;
   std::string SelfDeleteHelper;   // where the self-delete helper was copied to
+  std::string WinInitFolder;      // folder of wininit.ini for 9x restart renames; empty: the Windows folder
+  // The wizard's cancel procedure, installed by start-up (the engine cannot
+  // call up a layer). ask = false is its unconditional form. Unset: the engine
+  // only sets Cancelled.
+  std::function<void(bool ask)> CancelSetup;
+  // File records the engine changed but has not written to status.ini yet,
+  // and when it last wrote them (Ui.Now()); see modInstall::FlushInstallStatus.
+  bool StatusUnsaved = false;
+  double StatusSavedAt = -1.0e300;
+  std::string SelfDeleteFolder;   // where Uninstall puts the self-delete helper; empty: the Windows folder
+  std::string UninstallingName;   // what frmUninstall names (Name + " " + Version of the package being removed)
 };
 
 }  // namespace kv

@@ -1,0 +1,255 @@
+#include "app/setup/SetupRoles.h"
+
+#include <windows.h>
+#include <objbase.h>
+#include <tlhelp32.h>
+
+#include <vector>
+
+#include "package/StringTools.h"
+#include "package/Text.h"
+#include "platform/FileTools.h"
+#include "platform/ProcessStart.h"
+#include "platform/RegTools.h"
+#include "platform/Version.h"
+#include "platform/WinString.h"
+#include "startup/Elevation.h"
+
+namespace kv::setupexe {
+namespace {
+
+const char* const kTitle = "Kivra Setup";
+const char* const kInstallerName = "KVSetup.exe";
+// What the installer puts into its folder besides the staged packages.
+const char* const kInstallerFiles[] = {"KVSetup.exe", "dllregsv.exe", "DelKVStp.exe"};
+
+std::vector<std::string> SplitArguments(const std::string& tail) {
+  std::vector<std::string> args;
+  size_t i = 0;
+  while (i < tail.size()) {
+    while (i < tail.size() && (tail[i] == ' ' || tail[i] == '\t')) ++i;
+    if (i >= tail.size()) break;
+    std::string arg;
+    bool quoted = false;
+    while (i < tail.size() && (quoted || (tail[i] != ' ' && tail[i] != '\t'))) {
+      if (tail[i] == '"') {
+        quoted = !quoted;
+      } else {
+        arg += tail[i];
+      }
+      ++i;
+    }
+    args.push_back(arg);
+  }
+  return args;
+}
+
+std::string WithoutTrailingBackslash(std::string path) {
+  // A drive root keeps its backslash: "D:" alone means the current folder there.
+  if (path.size() > 3 && path.back() == '\\') path.pop_back();
+  return path;
+}
+
+bool DeleteIfPresent(const std::string& path) {
+  std::wstring wide = win::Widen(path);
+  if (GetFileAttributesW(wide.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
+  SetFileAttributesW(wide.c_str(), FILE_ATTRIBUTE_NORMAL);
+  return DeleteFileW(wide.c_str()) != FALSE;
+}
+
+// Removes the empty folders below `folder` and then the folder itself;
+// true when it is gone.
+bool RemoveEmptyTree(const std::string& folder) {
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(win::Widen(folder + "\\*").c_str(), &found);
+  if (search != INVALID_HANDLE_VALUE) {
+    do {
+      if (found.cFileName[0] == L'.') continue;
+      if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) RemoveEmptyTree(folder + "\\" + win::Narrow(found.cFileName));
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+  }
+  return RemoveDirectoryW(win::Widen(folder).c_str()) != FALSE;
+}
+
+std::string ProcessImage(HANDLE process) {
+  std::wstring buffer(32768, L'\0');
+  DWORD size = static_cast<DWORD>(buffer.size());
+  if (!QueryFullProcessImageNameW(process, 0, buffer.data(), &size)) return {};
+  buffer.resize(size);
+  return win::Narrow(buffer);
+}
+
+// Waits for every running process whose image is `exe`; false when one is
+// still running at the deadline.
+bool WaitForProcessesOf(const std::string& exe, ULONGLONG deadline) {
+  HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+  if (snapshot == INVALID_HANDLE_VALUE) return true;
+  std::vector<HANDLE> running;
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  const DWORD self = GetCurrentProcessId();
+  for (BOOL more = Process32FirstW(snapshot, &entry); more; more = Process32NextW(snapshot, &entry)) {
+    if (entry.th32ProcessID == self || entry.th32ProcessID == 0) continue;
+    HANDLE process = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID);
+    if (!process) continue;
+    if (EqualsNoCase(ProcessImage(process), exe)) {
+      running.push_back(process);
+    } else {
+      CloseHandle(process);
+    }
+  }
+  CloseHandle(snapshot);
+  bool ended = true;
+  for (HANDLE process : running) {
+    ULONGLONG now = GetTickCount64();
+    DWORD wait = now >= deadline ? 0 : static_cast<DWORD>(deadline - now);
+    if (WaitForSingleObject(process, wait) != WAIT_OBJECT_0) ended = false;
+    CloseHandle(process);
+  }
+  return ended;
+}
+
+}  // namespace
+
+Arguments ParseArguments(const std::string& commandTail) {
+  Arguments result;
+  std::vector<std::string> args = SplitArguments(commandTail);
+  if (args.empty()) {
+    result.role = Role::Bootstrap;
+    return result;
+  }
+  if (args.size() == 2 && !args[0].empty()) {
+    std::string option = LowerCase(args[1]);
+    if (option == "/r" || option == "/u") {
+      result.role = option == "/r" ? Role::Register : Role::Unregister;
+      result.file = args[0];
+    }
+    return result;
+  }
+  if (args.size() == 3 && LowerCase(args[1]) == "/d" && !args[0].empty() && !args[2].empty()) {
+    result.role = Role::SelfDelete;
+    result.file = args[0];
+    result.folder = args[2];
+  }
+  return result;
+}
+
+void ShowMessage(const std::string& text) {
+  MessageBoxW(nullptr, win::Widen(text).c_str(), win::Widen(kTitle).c_str(), MB_OK | MB_ICONEXCLAMATION);
+}
+
+std::string InstallerFolder() {
+  std::string programFiles = modRegTools::GetString("Software\\Microsoft\\Windows\\CurrentVersion", "ProgramFilesDir",
+                                                    "c:\\Program Files", HKEY_LOCAL_MACHINE);
+  if (!programFiles.empty() && programFiles.back() == '\\') programFiles.pop_back();
+  return programFiles + "\\Kivra\\Setup\\";
+}
+
+bool NeedsCopy(const std::string& source, const std::string& target) {
+  if (!modTools::FileExists(target)) return true;
+  // 1: the installed copy is newer; 0: the same version.
+  int32_t answer = modVersion::CompareFileVersions(target, source);
+  return !(answer == 0 || answer == 1);
+}
+
+int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
+  const std::string source = modTools::JoinPath(mediumFolder, kInstallerName);
+  const std::string target = installerFolder + kInstallerName;
+  if (!modTools::FileExists(source)) {
+    tell("Das Installationsprogramm \"" + source +
+         "\" wurde auf dem Installationsmedium nicht gefunden. Setup kann nicht gestartet werden.");
+    return kCopyFailed;
+  }
+  if (NeedsCopy(source, target)) {
+    modTools::MakePath(WithoutTrailingBackslash(installerFolder));
+    std::wstring wideTarget = win::Widen(target);
+    if (GetFileAttributesW(wideTarget.c_str()) != INVALID_FILE_ATTRIBUTES) {
+      SetFileAttributesW(wideTarget.c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    if (!CopyFileW(win::Widen(source).c_str(), wideTarget.c_str(), FALSE)) {
+      tell("Das Installationsprogramm konnte nicht in den Ordner \"" + WithoutTrailingBackslash(installerFolder) +
+           "\" kopiert werden. Bitte schließen Sie ein noch laufendes Setup, stellen Sie sicher, dass Sie über "
+           "Administratorrechte verfügen, und starten Sie Setup erneut.");
+      return kCopyFailed;
+    }
+  }
+  const std::string command = "\"" + target + "\" -ifp \"" + WithoutTrailingBackslash(mediumFolder) + "\"";
+  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus)) {
+    tell("Das Installationsprogramm \"" + target + "\" konnte nicht gestartet werden.");
+    return kStartFailed;
+  }
+  return kOk;
+}
+
+int RegisterServer(const std::string& file, bool unregister) {
+  UINT oldMode = SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  HMODULE library = LoadLibraryExW(win::Widen(file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  SetErrorMode(oldMode);
+  if (!library) return kLoadFailed;
+  using Entry = HRESULT(STDAPICALLTYPE*)();
+  auto entry = reinterpret_cast<Entry>(
+      reinterpret_cast<void*>(GetProcAddress(library, unregister ? "DllUnregisterServer" : "DllRegisterServer")));
+  int result = kNoEntryPoint;
+  if (entry) {
+    // Components register their classes through COM.
+    HRESULT com = CoInitialize(nullptr);
+    result = SUCCEEDED(entry()) ? kOk : kRegistrationFailed;
+    if (SUCCEEDED(com)) CoUninitialize();
+  }
+  FreeLibrary(library);
+  return result;
+}
+
+int SelfDelete(const std::string& installerExe, const std::string& folder, uint32_t timeoutMs) {
+  const std::string dir = WithoutTrailingBackslash(folder);
+  // Never touch anything but an installer folder named together with its
+  // installer: a wrong argument must not cost the user a folder.
+  if (!EqualsNoCase(modTools::ParentFolder(installerExe), dir)) return kBadArguments;
+
+  const ULONGLONG deadline = GetTickCount64() + timeoutMs;
+  bool gone = false;
+  for (;;) {
+    bool ended = WaitForProcessesOf(installerExe, deadline);
+    if (ended && DeleteIfPresent(installerExe)) {
+      gone = true;
+      break;
+    }
+    if (GetTickCount64() >= deadline) break;
+    Sleep(200);  // the process has ended but its image is not released yet
+  }
+  if (!gone) return kInstallerStillRunning;
+
+  for (const char* name : kInstallerFiles) DeleteIfPresent(dir + "\\" + name);
+  return RemoveEmptyTree(dir) ? kOk : kFolderLeft;
+}
+
+int Run(const std::string& commandTail, const std::string& ownPath) {
+  Arguments args = ParseArguments(commandTail);
+  switch (args.role) {
+    case Role::Bootstrap: {
+      const std::string medium = modTools::ParentFolder(ownPath);
+      const std::string folder = InstallerFolder();
+      const std::string source = modTools::JoinPath(medium, kInstallerName);
+      // Writing into the program-files folder needs the rights; KVSetup.exe
+      // asks for them itself, so only the copy makes us ask here.
+      if (modTools::FileExists(source) && NeedsCopy(source, folder + kInstallerName) && !modSetup::IsElevated()) {
+        return modSetup::RelaunchElevated(ownPath, "") ? kOk : kCopyFailed;
+      }
+      return Bootstrap(medium, folder, ShowMessage);
+    }
+    case Role::Register:
+    case Role::Unregister:
+      return RegisterServer(args.file, args.role == Role::Unregister);
+    case Role::SelfDelete:
+      return SelfDelete(args.file, args.folder);
+    case Role::Invalid:
+      break;
+  }
+  ShowMessage(
+      "Setup wurde mit unbekannten Argumenten aufgerufen. Bitte starten Sie Setup ohne Argumente, um die "
+      "Installation zu beginnen.");
+  return kBadArguments;
+}
+
+}  // namespace kv::setupexe

@@ -1,0 +1,192 @@
+// The installation run.
+#include "install/InstallPackage.h"
+
+#include <windows.h>
+
+#include <memory>
+
+#include "install/AppPaths.h"
+#include "install/InstallFile.h"
+#include "install/Links.h"
+#include "install/MoveFileAtRestart.h"
+#include "install/Registration.h"
+#include "install/UninstallEntry.h"
+#include "package/CPackage.h"
+#include "package/CStringLongStringStack.h"
+#include "package/StringTools.h"
+#include "platform/FileTools.h"
+#include "platform/SharedFiles.h"
+#include "platform/WinString.h"
+#include "session/Session.h"
+
+namespace kv::modInstall {
+
+namespace {
+
+// The progress page stays up at least this long, so that even a tiny package
+// does not just flash past.
+constexpr double kMinimumDisplaySeconds = 1.0;
+
+// Errors inside the run are reported by the routines that meet them; the run
+// itself goes on with its next step.
+template <class F>
+void Quietly(F&& step) {
+  try {
+    step();
+  } catch (...) {
+  }
+}
+
+bool Rename(const std::string& from, const std::string& to, bool replace = false) {
+  return MoveFileExW(win::Widen(from).c_str(), win::Widen(to).c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0) != 0;
+}
+
+bool Delete(const std::string& path) {
+  std::wstring wide = win::Widen(path);
+  SetFileAttributesW(wide.c_str(), FILE_ATTRIBUTE_NORMAL);
+  return DeleteFileW(wide.c_str()) != 0;
+}
+
+// Gives the record back what UnregisterFile took when the file in the end was
+// not reinstalled: the old copy is in place, so the status, the shared count
+// and the registration must say so again - otherwise a later uninstallation
+// would leave the file behind.
+void RestoreRecord(Session& session, CFile& file, int32_t installed, const std::string& installedIn, bool wasReleased) {
+  file.Installed = installed;
+  file.InstalledIn = installedIn;
+  session.StatusUnsaved = true;
+  const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
+  const std::string path = modTools::JoinPath(installedIn, name);
+  if (file.SharedFile) modTools::AddSharedFileReference(path, false);
+  if (wasReleased && file.Register != kRegisterNone) RegisterFile(session, path, file.Register);
+}
+
+// Reinstalls one installed file. The installed copy is moved aside under a
+// free name first and comes back under its own name when the new copy could
+// not be installed, so a failed repair never costs the user the file he had.
+void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStringStack& pending) {
+  const int32_t installed = file.Installed;
+  const std::string installedIn = file.InstalledIn;
+  // A file kept at uninstallation (DontUninstall) is reported as left behind
+  // by UnregisterFile; that is no news during a repair.
+  const bool filesLeft = session.FilesLeft;
+  const bool released = UnregisterFile(session, file, /*keepFile=*/true);
+  session.FilesLeft = filesLeft;
+  if (!released) {
+    // A shared file other programs still use stays as it is.
+    RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/false);
+    return;
+  }
+
+  const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
+  const std::string current = modTools::JoinPath(installedIn, name);
+  std::string aside;
+  if (!installedIn.empty()) {
+    aside = modTools::JoinPath(installedIn, modTools::UniqueFileName(installedIn, name, true));
+    if (!Rename(current, aside)) aside.clear();  // nothing there to keep (a missing file is what repairs are for)
+  }
+
+  // Whether the new copy arrived is read from the record afterwards; it must
+  // not still show the old state (UnregisterFile leaves DontUninstall files'
+  // records as they were).
+  file.Installed = 0;
+  InstallPackageFile(session, package, file, &pending);
+
+  if (file.Installed != 0) {
+    // The old copy may still be loaded by a running program: then it goes at
+    // the next restart instead of staying around under its odd name.
+    if (!aside.empty() && !Delete(aside)) MoveFileAtRestart(session, aside, "");
+    return;
+  }
+  if (!aside.empty()) Rename(aside, current, /*replace=*/true);
+  if (modTools::FileExists(current)) RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/true);
+}
+
+// False when the user cancelled: the run ends after the current file.
+bool FilePhase(Session& session, CPackage& package, bool repair, CStringLongStringStack& pending) {
+  for (size_t i = 0; i < package.Files.size(); ++i) {
+    if (session.Cancelled) return false;
+    std::shared_ptr<CFile> file = package.Files[i];
+    if (file) {
+      if (!repair && file->Installed == 0)
+        Quietly([&] { InstallPackageFile(session, package, *file, &pending); });
+      else if (repair && file->Installed >= 1 && !file->DontOverwrite)
+        Quietly([&] { RepairFile(session, package, *file, pending); });
+    }
+    if (session.Cancelled) return false;
+    session.Ui.DoEvents();
+  }
+  return !session.Cancelled;
+}
+
+void RegistrationPhase(Session& session, CPackage& package) {
+  // From here on a rollback must take links and registrations away again.
+  session.PackageRegistered = false;
+  if (!package.EXEFile.empty()) {
+    Quietly([&] { RegisterLinkClass(session, package); });
+    Quietly([&] { SetAppPath(package); });
+  }
+  Quietly([&] { WriteUninstallEntry(session, package); });
+}
+
+// False when the user cancelled at a macro's prompt.
+bool MacroPhase(Session& session, CPackage& package, bool update) {
+  CMacro& first = update ? package.OnUpdate : package.OnFreshInstall;
+  Quietly([&] { first.Execute(session, package); });
+  session.Ui.DoEvents();
+  if (session.Cancelled) return false;
+  Quietly([&] { package.OnInstall.Execute(session, package); });
+  session.Ui.DoEvents();
+  return !session.Cancelled;
+}
+
+// Each entry: the new file's temporary copy (ItemData) and the path it must
+// replace (ItemText). The old file's deletion is scheduled before the rename,
+// because the rename at restart does not replace an existing file.
+void SchedulePendingReplacements(Session& session, const CStringLongStringStack& pending) {
+  for (int32_t i = 1; i <= pending.Count(); ++i) {
+    const std::string& temporary = pending.ItemData(i);
+    const std::string& finalPath = pending.ItemText(i);
+    if (!modTools::FileExists(temporary)) continue;
+    MoveFileAtRestart(session, finalPath, "");
+    MoveFileAtRestart(session, temporary, finalPath);
+  }
+}
+
+// A cancelled run never schedules its temporary copies; they would stay in
+// the program folder under their odd names.
+void DiscardPendingCopies(const CStringLongStringStack& pending) {
+  for (int32_t i = 1; i <= pending.Count(); ++i) Delete(pending.ItemData(i));
+}
+
+}  // namespace
+
+void InstallPackage(Session& session, CPackage& package, bool repair, bool update) {
+  UserInteraction& ui = session.Ui;
+  const double start = ui.Now();
+  const MousePointer previousPointer = ui.GetMousePointer();
+  ui.SetMousePointer(MousePointer::Hourglass);
+  CStringLongStringStack pending;
+
+  bool finished = FilePhase(session, package, repair, pending);
+  // What the file phase recorded is written now, also after a cancellation:
+  // the next start offers to continue or remove exactly what is on disk.
+  Quietly([&] { FlushInstallStatus(session, package); });
+
+  if (finished) {
+    if (!repair) RegistrationPhase(session, package);
+    finished = MacroPhase(session, package, update);
+  }
+
+  if (finished) {
+    Quietly([&] { SchedulePendingReplacements(session, pending); });
+    // Measured on the interaction's clock (monotonic, so no midnight wrap).
+    while (ui.Now() <= start + kMinimumDisplaySeconds) ui.DoEvents();
+  } else {
+    Quietly([&] { DiscardPendingCopies(pending); });
+  }
+
+  ui.SetMousePointer(previousPointer);
+}
+
+}  // namespace kv::modInstall

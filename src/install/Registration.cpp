@@ -1,0 +1,90 @@
+#include "install/Registration.h"
+
+#include <windows.h>
+#include <oleauto.h>
+
+#include "package/CFile.h"
+#include "package/StringTools.h"
+#include "platform/ProcessStart.h"
+#include "platform/SharedFiles.h"
+#include "platform/WinString.h"
+#include "session/Session.h"
+
+namespace kv::modInstall {
+
+std::string RegistrationCommandLine(const std::string& appDir, int32_t kind, const std::string& filePath,
+                                    bool install) {
+  // Paths may hold blanks: each is quoted, the switch follows the closing quote.
+  switch (kind) {
+    case kRegisterComponent:
+      return "\"" + appDir + "dllregsv.exe" + "\" \"" + filePath + (install ? "\" /r" : "\" /u");
+    case kRegisterServer:
+      return "\"" + filePath + (install ? "\" /REGSERVER" : "\" /UNREGSERVER");
+    default:
+      return {};
+  }
+}
+
+int32_t RegisterTypeLibrary(const std::string& path) {
+  std::wstring wide = win::Widen(path);
+  ITypeLib* library = nullptr;
+  // REGKIND_NONE: the registration is ours to make, with the path we installed.
+  HRESULT hr = LoadTypeLibEx(wide.c_str(), REGKIND_NONE, &library);
+  if (FAILED(hr)) return static_cast<int32_t>(hr);
+  hr = RegisterTypeLib(library, wide.data(), nullptr);
+  library->Release();
+  return static_cast<int32_t>(hr);
+}
+
+int32_t RegisterFile(Session& session, const std::string& filePath, int32_t kind) {
+  switch (kind) {
+    case kRegisterComponent:
+    case kRegisterServer:
+      // The helper reports nothing back; we neither wait for it nor look at
+      // its exit code, so a slow component cannot stall the installation.
+      modTools::StartCommandLine(RegistrationCommandLine(session.AppDir, kind, filePath, true),
+                                 modTools::kShowNormalFocus);
+      return 0;
+    case kRegisterTypeLibrary:
+      return RegisterTypeLibrary(filePath);
+    case kRegisterFont:
+      AddFontResourceW(win::Widen(filePath).c_str());
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+void UnregisterComponent(Session& session, const std::string& filePath, int32_t kind) {
+  switch (kind) {
+    case kRegisterComponent:
+    case kRegisterServer:
+      modTools::StartCommandLine(RegistrationCommandLine(session.AppDir, kind, filePath, false),
+                                 modTools::kShowNormalFocus);
+      break;
+    case kRegisterFont:
+      RemoveFontResourceW(win::Widen(filePath).c_str());
+      break;
+    default:
+      // Type libraries stay registered: other programs may have been built
+      // against them. Unknown kinds have nothing to undo.
+      break;
+  }
+}
+
+bool UnregisterFile(Session& session, CFile& file, bool keepFile) {
+  if (file.Installed <= 0) return true;
+  if (file.DontUninstall) {
+    session.FilesLeft = true;
+    return true;
+  }
+  file.Installed = 0;
+  const std::string path = modTools::JoinPath(file.InstalledIn, file.DestinationName);
+  if (file.SharedFile && !modTools::ReleaseSharedFileReference(path)) return false;
+
+  UnregisterComponent(session, path, file.Register);
+  if (!keepFile && !DeleteFileW(win::Widen(path).c_str())) session.FilesLeft = true;
+  return true;
+}
+
+}  // namespace kv::modInstall

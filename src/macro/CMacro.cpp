@@ -1,0 +1,98 @@
+// The macro interpreter: walks a macro group and runs its commands.
+#include "package/CMacro.h"
+
+#include "install/InstallFile.h"
+#include "install/ExpandPath.h"
+#include "macro/CommandContext.h"
+#include "macro/MacroCommands.h"
+#include "package/CPackage.h"
+#include "session/Session.h"
+
+namespace kv {
+
+namespace macro {
+
+std::string CommandContext::Param(std::string_view name, std::string_view def) const {
+  return parameters.GetValue(name, def);
+}
+
+std::string CommandContext::PathParam(std::string_view name) const {
+  return modInstall::ExpandPath(session, Param(name), &package);
+}
+
+void CommandContext::SetMessage(std::string_view text, std::string_view path) {
+  errorMessage.assign(text);
+  errorMessage += "\r\n";
+  errorMessage += path;
+}
+
+namespace {
+
+class Interpreter {
+ public:
+  Interpreter(Session& session, CPackage& package) : session_(session), package_(package) {}
+
+  // Square-bracket children are commands; values and named groups are not.
+  // An abort confirmed at a prompt ends the walk after that command.
+  void Walk(const CStructuredFileGroup& group) {
+    for (const auto& item : group.Items) {
+      const CStructuredFileGroup* command = item ? item->AsGroup() : nullptr;
+      if (!command || !command->CollectionItem) continue;
+      RunCommand(*command);
+      if (session_.Cancelled) return;
+    }
+  }
+
+ private:
+  void RunCommand(const CStructuredFileGroup& group) {
+    for (;;) {
+      // Everything is read again on every pass: a retry after the user fixed
+      // something (or the definition changed) sees the new state.
+      std::string errorMessage = macro::kInternalError;
+      std::string name = NormaliseCommandName(group.Name);
+      errorMessage = GenericMessage(name);
+      std::optional<CommandInfo> info = LookupCommand(name);
+      if (!info) return;
+
+      CommandContext context{session_, package_, group, errorMessage,
+                             [this](const CStructuredFileGroup& body) { Walk(body); }};
+      try {
+        Perform(info->command, context);
+        return;
+      } catch (...) {
+        if (info->silent) return;
+      }
+      // 0 abort (cancellation confirmed: the walk ends), 1 retry, 2 ignore.
+      if (modInstall::AskAbortRetryIgnore(session_, errorMessage) != modInstall::kRetry) return;
+    }
+  }
+
+  static void Perform(Command command, CommandContext& context) {
+    switch (command) {
+      case Command::RegDelete:
+      case Command::RegSetString:
+      case Command::RegSetDword:
+      case Command::IfRegString:
+        RunRegistryCommand(command, context);
+        return;
+      default:
+        RunFileCommand(command, context);
+        return;
+    }
+  }
+
+  Session& session_;
+  CPackage& package_;
+};
+
+}  // namespace
+}  // namespace macro
+
+void CMacro::Execute(Session& session, CPackage& package) {
+  // Keep the group alive while it runs, whatever the commands do.
+  std::shared_ptr<CStructuredFileGroup> group = group_;
+  if (!group) return;
+  macro::Interpreter(session, package).Walk(*group);
+}
+
+}  // namespace kv

@@ -1,0 +1,76 @@
+#pragma once
+// Everything the installer knows about one package: the definition read from
+// setup.ini (header, files, macros, registry keys) and the installation status
+// kept in status.ini beside it.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "package/CFile.h"
+#include "package/CMacro.h"
+#include "package/KeyedCollection.h"
+#include "package/UserInteraction.h"
+
+namespace kv {
+
+class CPackage {
+ public:
+  explicit CPackage(UiContext context);
+
+  std::string SourcePath;   // where the package was installed from
+  std::string PackageDir;   // folder holding this package's setup.ini and status.ini
+  std::string InstalledIn;  // installation folder; "" = not installed
+  std::string Name;
+  std::string Caption;
+  std::string Version;
+  std::string DefaultPath;  // may hold path placeholders
+  std::string EXEFile;
+  std::string InfoTip;
+  std::string StartMenuGroup;
+  bool DefaultInStartMenu = false;
+  bool DefaultOnDesktop = false;
+  bool DefaultWinStart = false;
+  bool AllowWinStart = false;
+  CMacro OnInstall;
+  CMacro OnUninstall;
+  CMacro OnUpdate;
+  CMacro OnUninstallAtUpdate;
+  CMacro OnFreshInstall;
+  CMacro OnCompleteUninstall;
+  std::vector<std::string> CreatedPaths;  // folders the installation created, in order
+  bool NoStatusSave = false;              // SaveStatus writes nothing while set
+  std::vector<std::string> RegKeys;       // registry keys of the package
+  KeyedCollection<std::shared_ptr<CFile>> Files;  // keyed by CFile::Name, setup.ini order
+
+  // Reads the definition at `path` (a full file path). Files, RegKeys and
+  // CreatedPaths are emptied first. A failure ends the load where it stands
+  // and is thrown as VbError; what was filled so far stays:
+  //   - the file cannot be read: already reported to the user by the
+  //     structured file (two boxes); the number is thrown again so that the
+  //     caller knows, and the caller shows nothing more;
+  //   - header, files, regkeys or a macro name a value, or a child of files
+  //     or regkeys is a value line: TypeMismatch (13);
+  //   - a Register value that is not a number: TypeMismatch (13), Overflow (6);
+  //   - two file records with the same Name (any case): DuplicateKey (457).
+  void Load(const std::string& path);
+
+  // Reads status.ini from PackageDir into the fields filled by Load. Never
+  // fails and never reports: a missing or damaged file reads as not installed
+  // (InstalledIn = ""), unknown file names are dropped.
+  void Load2();
+
+  // Writes status.ini into PackageDir, replacing the old one atomically;
+  // nothing while NoStatusSave is set. Throws VbError: DuplicateKey (457)
+  // when CreatedPaths holds a folder twice (any case; nothing is written), or
+  // the number of a failed write, which the structured file has then already
+  // reported with one box.
+  void SaveStatus();
+
+  // PackageDir joined with "status.ini".
+  std::string StatusFileName() const;
+
+ private:
+  UiContext context_;
+};
+
+}  // namespace kv

@@ -1,0 +1,251 @@
+#include "package/CStructuredFile.h"
+
+#include <new>
+
+#include "package/FileIo.h"
+#include "package/Text.h"
+#include "package/VbError.h"
+
+namespace kv {
+
+CStructuredFileGroup* CStructuredFileItem::AsGroup() {
+  return IsGroup() ? static_cast<CStructuredFileGroup*>(this) : nullptr;
+}
+const CStructuredFileGroup* CStructuredFileItem::AsGroup() const {
+  return IsGroup() ? static_cast<const CStructuredFileGroup*>(this) : nullptr;
+}
+CStructuredFileProp* CStructuredFileItem::AsProp() {
+  return IsGroup() ? nullptr : static_cast<CStructuredFileProp*>(this);
+}
+const CStructuredFileProp* CStructuredFileItem::AsProp() const {
+  return IsGroup() ? nullptr : static_cast<const CStructuredFileProp*>(this);
+}
+
+std::shared_ptr<CStructuredFileGroup> AsGroupPtr(const StructuredItemPtr& item) {
+  if (!item || !item->IsGroup()) return nullptr;
+  return std::static_pointer_cast<CStructuredFileGroup>(item);
+}
+
+bool StructuredLineReader::Next(std::string_view& line) {
+  if (rest_.empty()) return false;
+  const char* p = rest_.data();
+  size_t n = rest_.size();
+  size_t i = 0;
+  while (i < n && p[i] != '\r' && p[i] != '\n') ++i;
+  line = rest_.substr(0, i);
+  if (i < n && p[i] == '\r' && i + 1 < n && p[i + 1] == '\n')
+    i += 2;
+  else if (i < n)
+    i += 1;
+  rest_.remove_prefix(i);
+  return true;
+}
+
+// ---------------------------------------------------------------------------
+// Values
+
+std::string CStructuredFileGroup::GetValue(std::string_view name, std::string_view defaultValue) const {
+  const StructuredItemPtr* item = Items.Find(name);
+  if (item) {
+    if (const CStructuredFileProp* prop = (*item)->AsProp()) return prop->Value;
+  }
+  return std::string(defaultValue);
+}
+
+void CStructuredFileGroup::SetValue(std::string_view name, std::string value) {
+  if (StructuredItemPtr* item = Items.Find(name)) {
+    if (CStructuredFileProp* prop = (*item)->AsProp()) prop->Value = std::move(value);
+    return;
+  }
+  Items.Add(name, std::make_shared<CStructuredFileProp>(std::string(name), std::move(value)));
+}
+
+bool CStructuredFileGroup::ItemExists(std::string_view name) const { return Items.Contains(name); }
+
+std::shared_ptr<CStructuredFileGroup> CStructuredFileGroup::GroupNamed(std::string_view name) const {
+  const StructuredItemPtr* item = Items.Find(name);
+  return item ? AsGroupPtr(*item) : nullptr;
+}
+
+CStructuredFileProp& CStructuredFileGroup::AddValue(std::string name, std::string value) {
+  auto prop = std::make_shared<CStructuredFileProp>(std::move(name), std::move(value));
+  CStructuredFileProp& ref = *prop;
+  Items.Add(ref.Name, std::move(prop));
+  return ref;
+}
+
+std::shared_ptr<CStructuredFileGroup> CStructuredFileGroup::AddGroup(std::string name, bool collectionItem) {
+  auto group = std::make_shared<CStructuredFileGroup>(std::move(name), collectionItem);
+  if (collectionItem)
+    Items.Add(group);
+  else
+    Items.Add(group->Name, group);
+  return group;
+}
+
+// ---------------------------------------------------------------------------
+// Reading
+
+namespace {
+
+[[noreturn]] void ThrowBadClosingLine(std::string_view line) {
+  throw VbError(vberr::AppObjectError, "unexpected closing line: " + std::string(line));
+}
+
+}  // namespace
+
+void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
+  std::string_view raw;
+  while (reader.Next(raw)) {
+    std::string_view line = TrimBlanks(raw);
+    if (line.empty()) continue;
+    const char first = line.front();
+    const char last = line.back();
+    const size_t n = line.size();
+
+    // Closing and opening lines are recognised before value lines, so "<a=b>"
+    // opens a group named "a=b", while "<a" is a value line.
+    if (last == '>' && line.starts_with("</")) {
+      if (CollectionItem) ThrowBadClosingLine(line);
+      if (!EqualsNoCase(TrimBlanks(line.substr(2, n - 3)), Name)) ThrowBadClosingLine(line);
+      return;
+    }
+    if (last == ']' && line.starts_with("[/")) {
+      if (!CollectionItem) ThrowBadClosingLine(line);
+      if (!EqualsNoCase(TrimBlanks(line.substr(2, n - 3)), Name)) ThrowBadClosingLine(line);
+      return;
+    }
+    if ((first == '<' && last == '>') || (first == '[' && last == ']')) {
+      if (reader.depth >= StructuredLineReader::kMaxDepth)
+        throw VbError(vberr::OutOfStackSpace, "groups nested too deeply");
+      bool collection = first == '[';
+      auto child = std::make_shared<CStructuredFileGroup>(std::string(TrimBlanks(line.substr(1, n - 2))), collection);
+      if (collection)
+        Items.Add(child);
+      else
+        Items.Add(child->Name, child);
+      ++reader.depth;
+      child->Parse(reader);
+      --reader.depth;
+      continue;
+    }
+
+    size_t eq = line.find('=');
+    std::string_view name = eq == std::string_view::npos ? line : TrimTrailingBlanks(line.substr(0, eq));
+    std::string_view value = eq == std::string_view::npos ? std::string_view() : line.substr(eq + 1);
+    auto prop = std::make_shared<CStructuredFileProp>(std::string(name), std::string(value));
+    Items.Add(name, std::move(prop));
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Writing
+
+void CStructuredFileGroup::Save(std::string& out, int indent) const {
+  for (const StructuredItemPtr& item : Items) {
+    out.append(static_cast<size_t>(indent), ' ');
+    if (const CStructuredFileGroup* group = item->AsGroup()) {
+      const bool collection = group->CollectionItem;
+      out += collection ? '[' : '<';
+      out += group->Name;
+      out += collection ? "]\r\n" : ">\r\n";
+      group->Save(out, indent + 1);
+      out.append(static_cast<size_t>(indent), ' ');
+      out += collection ? "[/" : "</";
+      out += group->Name;
+      out += collection ? "]\r\n" : ">\r\n";
+    } else {
+      const CStructuredFileProp& prop = *item->AsProp();
+      out += prop.Name;
+      // A value line without "=" reads back with an empty value.
+      if (!prop.Value.empty()) {
+        out += '=';
+        out += prop.Value;
+      }
+      out += "\r\n";
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------
+// The file
+
+CStructuredFile::CStructuredFile(UiContext context)
+    : context_(context), root_(std::make_shared<CStructuredFileGroup>()) {}
+
+int32_t CStructuredFile::LoadFromText(std::string_view utf8) {
+  root_ = std::make_shared<CStructuredFileGroup>();
+  try {
+    StructuredLineReader reader(utf8);
+    root_->Parse(reader);
+  } catch (const VbError& e) {
+    return e.Number();
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  }
+  return 0;
+}
+
+int32_t CStructuredFile::LoadSilently() {
+  root_ = std::make_shared<CStructuredFileGroup>();
+  std::string text;
+  try {
+    std::string bytes;
+    if (int32_t err = fileio::ReadWholeFile(FileName, bytes)) return err;
+    text = AnsiToUtf8(bytes);
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  } catch (const VbError& e) {
+    return e.Number();
+  }
+  return LoadFromText(text);
+}
+
+int32_t CStructuredFile::Load() {
+  // A file that cannot be opened is reported once: the open failure is the
+  // whole story, and a second pair of boxes for the read that follows would
+  // only repeat it.
+  int32_t err = LoadSilently();
+  if (err != 0) {
+    MessageBoxRequest first;
+    first.text = "Beim Laden der Datei " + FileName + " ist ein Fehler aufgetreten.";
+    first.title = context_.setupTitle;
+    first.icon = MsgIcon::Exclamation;
+    context_.ui.MsgBox(first);
+    MessageBoxRequest second;
+    second.text = FileName + "-" + std::to_string(err);
+    context_.ui.MsgBox(second);  // no icon, the application's default title
+  }
+  return err;
+}
+
+std::string CStructuredFile::ToText() const {
+  std::string out;
+  root_->Save(out, 0);
+  return out;
+}
+
+int32_t CStructuredFile::SaveSilently() {
+  try {
+    std::string bytes = Utf8ToAnsi(ToText());
+    return fileio::ReplaceFile(FileName, bytes);
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  } catch (const VbError& e) {
+    return e.Number();
+  }
+}
+
+int32_t CStructuredFile::Save() {
+  int32_t err = SaveSilently();
+  if (err != 0) {
+    MessageBoxRequest box;
+    box.text = "Beim Speichern der Datei " + FileName + " ist ein Fehler aufgetreten.";
+    box.title = context_.setupTitle;
+    box.icon = MsgIcon::Exclamation;
+    context_.ui.MsgBox(box);
+  }
+  return err;
+}
+
+}  // namespace kv

@@ -1,0 +1,22 @@
+#pragma once
+// Whole-file reads and atomic replacement for the package files. Results are
+// the classic error numbers (0 = success), because that is what the user
+// sees when a package file cannot be read or written.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kv::fileio {
+
+// Reads the whole file at `path` into `bytes`.
+int32_t ReadWholeFile(const std::string& path, std::string& bytes);
+
+// Writes `bytes` to a temporary file beside `path` and renames it over
+// `path`, so that a reader sees either the old or the new file, never a torn
+// one. On failure the temporary file is removed and `path` is untouched.
+int32_t ReplaceFile(const std::string& path, std::string_view bytes);
+
+// The temporary name ReplaceFile writes first.
+std::string TemporaryNameFor(const std::string& path);
+
+}  // namespace kv::fileio

@@ -1,0 +1,25 @@
+#pragma once
+// Starting other programs from a command line: the registration helper,
+// component servers, the self-delete helper and programs the user launches.
+#include <cstdint>
+#include <string>
+
+namespace kv::modTools {
+
+// Show modes of the started program's first window (the SW_* values).
+inline constexpr int32_t kShowHidden = 0;
+inline constexpr int32_t kShowNormalFocus = 1;
+inline constexpr int32_t kShowMinimizedFocus = 2;
+inline constexpr int32_t kShowMaximizedFocus = 3;
+inline constexpr int32_t kShowNormalNoFocus = 4;
+inline constexpr int32_t kShowMinimizedNoFocus = 6;
+
+// Starts `commandLine` (program path, possibly quoted, followed by its
+// arguments) the way the system's shell-less run does: the program is found by
+// the usual search rules. Returns false when it could not be started.
+// With `wait` the call returns only when the program has ended and stores its
+// exit code in `exitCode` (when given); without it the program runs on alone.
+bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wait = false,
+                      uint32_t* exitCode = nullptr);
+
+}  // namespace kv::modTools

@@ -1,0 +1,241 @@
+#include "ui/Form.h"
+
+#include <commctrl.h>
+
+#include "platform/WinString.h"
+#include "ui/ControlIds.h"
+#include "ui/RealUi.h"
+#include "ui/SideBar.h"
+#include "ui/Theme.h"
+
+namespace kv::ui {
+
+using kv::win::Narrow;
+using kv::win::Widen;
+
+Form::Form(RealUi& ui, Session& session, const wchar_t* className)
+    : ui_(ui), session_(session), className_(className) {}
+
+Form::~Form() {
+  Destroy();
+  if (readOnlyBrush_) DeleteObject(readOnlyBrush_);
+}
+
+void Form::RegisterClasses(HINSTANCE instance) {
+  static const wchar_t* const names[] = {
+      KV_FORM_CLASS_PREFIX L"frmStart",     KV_FORM_CLASS_PREFIX L"frmPath",
+      KV_FORM_CLASS_PREFIX L"frmLinks",     KV_FORM_CLASS_PREFIX L"frmInstalling",
+      KV_FORM_CLASS_PREFIX L"frmOtherInstalled", KV_FORM_CLASS_PREFIX L"frmEULA",
+      KV_FORM_CLASS_PREFIX L"frmFinished",  KV_FORM_CLASS_PREFIX L"frmMaintenance",
+      KV_FORM_CLASS_PREFIX L"frmUninstall", KV_FORM_CLASS_PREFIX L"frmConflict",
+  };
+  for (const wchar_t* name : names) {
+    WNDCLASSEXW wc{};
+    wc.cbSize = sizeof wc;
+    if (GetClassInfoExW(instance, name, &wc)) continue;
+    wc.style = CS_HREDRAW | CS_VREDRAW;
+    wc.lpfnWndProc = &Form::WndProc;
+    wc.hInstance = instance;
+    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    wc.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(1));
+    wc.lpszClassName = name;
+    RegisterClassExW(&wc);
+  }
+  RegisterSideBarClass(instance);
+}
+
+bool Form::Create(HWND owner, bool withSideBar) {
+  dpi_ = CurrentDpi();
+  std::wstring cls = std::wstring(KV_FORM_CLASS_PREFIX) + className_;
+  SIZE size = DesignSize();
+  RECT rc{0, 0, S(size.cx), S(size.cy)};
+  const DWORD style = WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN;
+  const DWORD exStyle = WS_EX_CONTROLPARENT | (owner ? WS_EX_DLGMODALFRAME : WS_EX_APPWINDOW);
+  AdjustWindowRectEx(&rc, style, FALSE, exStyle);
+  hwnd_ = CreateWindowExW(exStyle, cls.c_str(), L"", style, CW_USEDEFAULT, CW_USEDEFAULT, rc.right - rc.left,
+                          rc.bottom - rc.top, owner, nullptr, GetModuleHandleW(nullptr), this);
+  if (!hwnd_) return false;
+  if (withSideBar) {
+    CreateWindowExW(0, KV_FORM_CLASS_PREFIX L"ctlSideBar", L"", WS_CHILD | WS_VISIBLE, 0, 0, S(Layout::kSideBar),
+                    S(size.cy), hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ids::ctlSideBar1)),
+                    GetModuleHandleW(nullptr), ui_.EmptyForm());
+  }
+  OnLoad();
+  return true;
+}
+
+void Form::Destroy() {
+  if (hwnd_) {
+    HWND h = hwnd_;
+    hwnd_ = nullptr;
+    SetWindowLongPtrW(h, GWLP_USERDATA, 0);
+    DestroyWindow(h);
+  }
+}
+
+int Form::S(int v) const { return MulDiv(v, dpi_, 96); }
+
+HFONT Form::FontFor(FontKind kind) const {
+  switch (kind) {
+    case FontKind::Bold: return BoldFont(dpi_);
+    case FontKind::Title: return TitleFont(dpi_);
+    default: return NormalFont(dpi_);
+  }
+}
+
+static HWND MakeChild(HWND parent, int id, const wchar_t* cls, const std::string& text, DWORD style, int x, int y,
+                      int w, int h, HFONT font, DWORD exStyle = 0) {
+  HWND c = CreateWindowExW(exStyle, cls, Widen(text).c_str(), WS_CHILD | WS_VISIBLE | style, x, y, w, h, parent,
+                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  SendMessageW(c, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+  return c;
+}
+
+HWND Form::Label(int id, const std::string& text, int x, int y, int w, int h, FontKind font, DWORD extraStyle) {
+  return MakeChild(hwnd_, id, L"STATIC", text, SS_LEFT | SS_NOPREFIX | extraStyle, S(x), S(y), S(w), S(h),
+                   FontFor(font));
+}
+
+int Form::MeasureText(const std::string& text, int w, FontKind font) const {
+  HDC dc = GetDC(hwnd_);
+  HGDIOBJ old = SelectObject(dc, FontFor(font));
+  std::wstring wtext = Widen(text.empty() ? std::string(" ") : text);
+  RECT rc{0, 0, S(w), 0};
+  DrawTextW(dc, wtext.c_str(), -1, &rc, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EDITCONTROL);
+  SelectObject(dc, old);
+  ReleaseDC(hwnd_, dc);
+  // Back to 96-dpi units, rounded up, with a pixel of air.
+  return MulDiv(rc.bottom - rc.top, 96, dpi_) + 2;
+}
+
+int Form::FlowLabel(int id, const std::string& text, int x, int y, int w, FontKind font, int gapAfter) {
+  int h = MeasureText(text, w, font);
+  Label(id, text, x, y, w, h, font);
+  return y + h + gapAfter;
+}
+
+HWND Form::Button(int id, const std::string& text, int x, int y, int w, int h, bool isDefault) {
+  if (isDefault) defaultId_ = id;
+  return MakeChild(hwnd_, id, L"BUTTON", text, WS_TABSTOP | (isDefault ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON), S(x),
+                   S(y), S(w), S(h), FontFor(FontKind::Normal));
+}
+
+HWND Form::CheckBox(int id, const std::string& text, int x, int y, int w, int h) {
+  return MakeChild(hwnd_, id, L"BUTTON", text, WS_TABSTOP | BS_AUTOCHECKBOX | BS_MULTILINE, S(x), S(y), S(w), S(h),
+                   FontFor(FontKind::Normal));
+}
+
+HWND Form::Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup) {
+  return MakeChild(hwnd_, id, L"BUTTON", text,
+                   BS_AUTORADIOBUTTON | BS_MULTILINE | (firstInGroup ? (WS_GROUP | WS_TABSTOP) : 0), S(x), S(y), S(w),
+                   S(h), FontFor(FontKind::Normal));
+}
+
+HWND Form::Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle) {
+  return MakeChild(hwnd_, id, L"EDIT", text, WS_TABSTOP | extraStyle, S(x), S(y), S(w), S(h),
+                   FontFor(FontKind::Normal), WS_EX_CLIENTEDGE);
+}
+
+HWND Form::Frame(int id, const std::string& text, int x, int y, int w, int h) {
+  return MakeChild(hwnd_, id, L"BUTTON", text, BS_GROUPBOX, S(x), S(y), S(w), S(h), FontFor(FontKind::Normal));
+}
+
+void Form::SeparatorLines(int y, int x0, int x1) {
+  MakeChild(hwnd_, ids::dLine, L"STATIC", "", SS_GRAYRECT, S(x0), S(y), S(x1 - x0), 1, nullptr);
+  MakeChild(hwnd_, ids::bLine, L"STATIC", "", SS_WHITERECT, S(x0), S(y) + 1, S(x1 - x0), 1, nullptr);
+}
+
+std::string Form::Text(int id) const {
+  HWND c = Item(id);
+  int n = GetWindowTextLengthW(c);
+  std::wstring w(static_cast<size_t>(n) + 1, L'\0');
+  GetWindowTextW(c, w.data(), n + 1);
+  w.resize(static_cast<size_t>(n));
+  return Narrow(w);
+}
+
+void Form::SetText(int id, const std::string& text) { SetWindowTextW(Item(id), Widen(text).c_str()); }
+bool Form::Checked(int id) const { return SendMessageW(Item(id), BM_GETCHECK, 0, 0) == BST_CHECKED; }
+void Form::SetChecked(int id, bool on) { SendMessageW(Item(id), BM_SETCHECK, on ? BST_CHECKED : BST_UNCHECKED, 0); }
+void Form::Show(int id, bool visible) { ShowWindow(Item(id), visible ? SW_SHOW : SW_HIDE); }
+void Form::Enable(int id, bool enabled) { EnableWindow(Item(id), enabled ? TRUE : FALSE); }
+
+void Form::OnClose() {
+  if (cancelId_ && IsWindowEnabled(Item(cancelId_))) OnCommand(cancelId_, BN_CLICKED);
+}
+
+LRESULT CALLBACK Form::WndProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_NCCREATE) {
+    auto* cs = reinterpret_cast<CREATESTRUCTW*>(lp);
+    auto* self = static_cast<Form*>(cs->lpCreateParams);
+    SetWindowLongPtrW(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    self->hwnd_ = hwnd;
+  }
+  auto* self = reinterpret_cast<Form*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+  if (!self) return DefWindowProcW(hwnd, msg, wp, lp);
+  return self->Handle(msg, wp, lp);
+}
+
+LRESULT Form::Handle(UINT msg, WPARAM wp, LPARAM lp) {
+  switch (msg) {
+    case WM_COMMAND: {
+      int id = LOWORD(wp);
+      int code = HIWORD(wp);
+      if (id == IDCANCEL && cancelId_ == 0) return 0;
+      if (id == IDCANCEL) id = cancelId_;
+      if (id == IDOK) {
+        if (defaultId_ == 0) return 0;
+        id = defaultId_;
+      }
+      // Only enabled buttons act, also when the click comes from outside.
+      HWND c = Item(id);
+      if (c && !IsWindowEnabled(c) && code == BN_CLICKED) return 0;
+      OnCommand(id, code);
+      return 0;
+    }
+    case DM_GETDEFID:
+      return defaultId_ ? MAKELRESULT(defaultId_, DC_HASDEFID) : 0;
+    case WM_CLOSE:
+      OnClose();
+      return 0;
+    case WM_TIMER:
+      OnTimer(static_cast<UINT_PTR>(wp));
+      return 0;
+    case WM_SETCURSOR:
+      if (ui_.GetMousePointer() == MousePointer::Hourglass) {
+        SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+        return TRUE;
+      }
+      break;
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORSTATIC: {
+      // Read-only text boxes (locked txtPath, the licence text) keep the
+      // button-face background; the rest is default.
+      HWND c = reinterpret_cast<HWND>(lp);
+      if (msg == WM_CTLCOLORSTATIC) {
+        wchar_t cls[16] = {};
+        GetClassNameW(c, cls, 16);
+        if (lstrcmpiW(cls, L"EDIT") == 0 && (GetWindowLongW(c, GWL_STYLE) & ES_MULTILINE)) {
+          // The licence text stays white and readable although read-only.
+          HDC dc = reinterpret_cast<HDC>(wp);
+          SetBkColor(dc, GetSysColor(COLOR_WINDOW));
+          SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
+          return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+        }
+      }
+      break;
+    }
+    case WM_DPICHANGED: {
+      auto* r = reinterpret_cast<RECT*>(lp);
+      SetWindowPos(hwnd_, nullptr, r->left, r->top, r->right - r->left, r->bottom - r->top,
+                   SWP_NOZORDER | SWP_NOACTIVATE);
+      return 0;
+    }
+    default:
+      break;
+  }
+  return DefWindowProcW(hwnd_, msg, wp, lp);
+}
+
+}  // namespace kv::ui

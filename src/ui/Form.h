@@ -1,0 +1,104 @@
+#pragma once
+// The window side of a form: one top-level window of fixed size with child
+// controls, a side bar on the left and the button row at the bottom. Each
+// page derives from it, builds its controls in OnLoad (its Form_Load) and
+// handles clicks in OnCommand.
+#include <windows.h>
+
+#include <string>
+
+namespace kv {
+struct Session;
+}
+
+namespace kv::ui {
+
+class RealUi;
+
+// Page geometry in 96-dpi units; everything is scaled once at creation.
+struct Layout {
+  static constexpr int kWidth = 600;      // client area
+  static constexpr int kHeight = 400;
+  static constexpr int kSideBar = 150;    // side bar width
+  static constexpr int kMargin = 16;
+  static constexpr int kLeft = kSideBar + kMargin;        // content column
+  static constexpr int kRight = kWidth - kMargin;
+  static constexpr int kButtonW = 108;
+  static constexpr int kButtonH = 25;
+  static constexpr int kLineY = kHeight - 50;             // separator above the buttons
+  static constexpr int kButtonY = kHeight - 37;
+};
+
+enum class FontKind { Normal, Bold, Title };
+
+class Form {
+ public:
+  Form(RealUi& ui, Session& session, const wchar_t* className);
+  virtual ~Form();
+  Form(const Form&) = delete;
+  Form& operator=(const Form&) = delete;
+
+  // Creates the (hidden) window and runs OnLoad.
+  bool Create(HWND owner, bool withSideBar);
+  void Destroy();
+  HWND Hwnd() const { return hwnd_; }
+  // The form's class name without the common prefix ("frmPath").
+  const wchar_t* ClassName() const { return className_; }
+
+  // Enter presses this button; Escape and the close box press the cancel
+  // button (0: Escape and the close box do nothing).
+  int DefaultButton() const { return defaultId_; }
+  int CancelButton() const { return cancelId_; }
+
+  static void RegisterClasses(HINSTANCE instance);
+
+ protected:
+  virtual void OnLoad() = 0;
+  virtual void OnCommand(int id, int code) {}
+  virtual void OnTimer(UINT_PTR id) {}
+  // The close box; by default the same as the cancel button.
+  virtual void OnClose();
+  // Size of the client area in 96-dpi units.
+  virtual SIZE DesignSize() const { return {Layout::kWidth, Layout::kHeight}; }
+
+  int S(int v) const;  // scales a 96-dpi value to the window's dpi
+  HWND Label(int id, const std::string& text, int x, int y, int w, int h, FontKind font = FontKind::Normal,
+             DWORD extraStyle = 0);
+  // A label as tall as its wrapped text needs; returns the y below it.
+  int FlowLabel(int id, const std::string& text, int x, int y, int w, FontKind font = FontKind::Normal,
+                int gapAfter = 10);
+  HWND Button(int id, const std::string& text, int x, int y, int w, int h, bool isDefault = false);
+  HWND CheckBox(int id, const std::string& text, int x, int y, int w, int h);
+  HWND Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup);
+  HWND Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle = 0);
+  HWND Frame(int id, const std::string& text, int x, int y, int w, int h);
+  // The etched separator above the button row (dLine dark, bLine light).
+  void SeparatorLines(int y, int x0, int x1);
+  // Height in 96-dpi units that `text` needs when wrapped to `w`.
+  int MeasureText(const std::string& text, int w, FontKind font) const;
+
+  HWND Item(int id) const { return GetDlgItem(hwnd_, id); }
+  std::string Text(int id) const;
+  void SetText(int id, const std::string& text);
+  bool Checked(int id) const;
+  void SetChecked(int id, bool on);
+  void Show(int id, bool visible);
+  void Enable(int id, bool enabled);
+
+  RealUi& ui_;
+  Session& session_;
+  HWND hwnd_ = nullptr;
+  int defaultId_ = 0;
+  int cancelId_ = 0;
+  HBRUSH readOnlyBrush_ = nullptr;
+
+ private:
+  static LRESULT CALLBACK WndProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+  LRESULT Handle(UINT msg, WPARAM wp, LPARAM lp);
+  HFONT FontFor(FontKind kind) const;
+
+  const wchar_t* className_;
+  int dpi_ = 96;
+};
+
+}  // namespace kv::ui

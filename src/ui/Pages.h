@@ -1,0 +1,21 @@
+#pragma once
+// The page factory: one window class per wizard page.
+#include <memory>
+
+#include "package/UserInteraction.h"
+
+namespace kv {
+struct Session;
+}
+
+namespace kv::ui {
+
+class Form;
+class RealUi;
+
+std::unique_ptr<Form> MakePage(PageId page, RealUi& ui, Session& session);
+
+// The web address shown on the finish page and meant after "Homepage".
+inline constexpr const char* kHomepage = "www.kivra.example";
+
+}  // namespace kv::ui

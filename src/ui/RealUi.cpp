@@ -1,0 +1,258 @@
+#include "ui/RealUi.h"
+
+#include <shellapi.h>
+
+#include <chrono>
+
+#include "platform/FileTools.h"
+#include "platform/WinString.h"
+#include "session/Session.h"
+#include "ui/ControlIds.h"
+#include "ui/Form.h"
+#include "ui/Pages.h"
+#include "ui/frmConflict.h"
+#include "ui/frmEmpty.h"
+
+namespace kv::ui {
+
+using kv::win::Widen;
+
+namespace {
+
+// The box's buttons get German labels: a CBT hook catches the box just
+// before it is shown, on this thread only.
+thread_local HHOOK t_hook = nullptr;
+
+LRESULT CALLBACK GermanButtonsHook(int code, WPARAM wp, LPARAM lp) {
+  if (code == HCBT_ACTIVATE) {
+    HWND box = reinterpret_cast<HWND>(wp);
+    wchar_t cls[16] = {};
+    GetClassNameW(box, cls, 16);
+    if (lstrcmpW(cls, L"#32770") == 0) {
+      static const struct {
+        int id;
+        const wchar_t* text;
+      } labels[] = {{IDOK, L"OK"},          {IDCANCEL, L"Abbrechen"},  {IDABORT, L"Abbrechen"},
+                    {IDRETRY, L"Wiederholen"}, {IDIGNORE, L"Ignorieren"}, {IDYES, L"Ja"},
+                    {IDNO, L"Nein"}};
+      for (const auto& l : labels) {
+        if (HWND b = GetDlgItem(box, l.id)) SetWindowTextW(b, l.text);
+      }
+      HHOOK h = t_hook;
+      t_hook = nullptr;
+      UnhookWindowsHookEx(h);
+      return 0;
+    }
+  }
+  return CallNextHookEx(t_hook, code, wp, lp);
+}
+
+}  // namespace
+
+int GermanMessageBox(HWND owner, const std::string& text, const std::string& title, UINT flags) {
+  if (t_hook) UnhookWindowsHookEx(t_hook);
+  t_hook = SetWindowsHookExW(WH_CBT, GermanButtonsHook, nullptr, GetCurrentThreadId());
+  int r = MessageBoxW(owner, Widen(text).c_str(), Widen(title).c_str(), flags);
+  if (t_hook) {
+    UnhookWindowsHookEx(t_hook);
+    t_hook = nullptr;
+  }
+  return r;
+}
+
+RealUi::RealUi(HINSTANCE instance) : instance_(instance) { Form::RegisterClasses(instance); }
+
+RealUi::~RealUi() {
+  unloaded_.clear();
+  current_.reset();
+  empty_.reset();
+}
+
+HWND RealUi::CurrentWindow() const { return current_ ? current_->Hwnd() : nullptr; }
+
+MsgResult RealUi::MsgBox(const MessageBoxRequest& request) {
+  UINT flags = static_cast<UINT>(request.buttons) | static_cast<UINT>(request.icon) | MB_SETFOREGROUND;
+  if (request.defaultButton == 2) flags |= MB_DEFBUTTON2;
+  if (request.defaultButton == 3) flags |= MB_DEFBUTTON3;
+  HWND owner = CurrentWindow();
+  if (!owner || !IsWindowVisible(owner)) {
+    owner = nullptr;
+    flags |= MB_TASKMODAL;
+  }
+  // The arrow while the user reads; whatever was set before afterwards.
+  MousePointer before = pointer_;
+  SetMousePointer(MousePointer::Arrow);
+  ++modalDepth_;
+  int r = GermanMessageBox(owner, request.text, request.title.empty() ? std::string("KVSetup") : request.title,
+                           flags);
+  --modalDepth_;
+  SetMousePointer(before);
+  return r == 0 ? MsgResult::Cancel : static_cast<MsgResult>(r);
+}
+
+ConflictAnswer RealUi::AskConflict(const ConflictQuestion& question) {
+  if (!session_) return ConflictAnswer::Cancel;
+  HWND owner = CurrentWindow();
+  frmConflict dialog(*this, *session_, question);
+  if (!dialog.Create(owner, false)) return ConflictAnswer::Cancel;
+  MousePointer before = pointer_;
+  SetMousePointer(MousePointer::Arrow);
+  ++modalDepth_;
+  // Centred over the page it belongs to.
+  RECT pr{}, dr{};
+  if (owner) GetWindowRect(owner, &pr);
+  else SetRect(&pr, 0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+  GetWindowRect(dialog.Hwnd(), &dr);
+  SetWindowPos(dialog.Hwnd(), nullptr, (pr.left + pr.right - (dr.right - dr.left)) / 2,
+               (pr.top + pr.bottom - (dr.bottom - dr.top)) / 2, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+  SetWindowTextW(dialog.Hwnd(), L"Versionskonflikt");
+  if (owner) EnableWindow(owner, FALSE);
+  ShowWindow(dialog.Hwnd(), SW_SHOW);
+  SetForegroundWindow(dialog.Hwnd());
+  while (!dialog.Done()) {
+    MSG msg;
+    if (GetMessageW(&msg, nullptr, 0, 0) <= 0) {
+      PostQuitMessage(0);
+      break;
+    }
+    if (!IsDialogMessageW(dialog.Hwnd(), &msg)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+    }
+  }
+  if (owner) EnableWindow(owner, TRUE);
+  dialog.Destroy();
+  if (owner) SetForegroundWindow(owner);
+  --modalDepth_;
+  SetMousePointer(before);
+  return dialog.Result();
+}
+
+std::string RealUi::BrowseForFolder(const std::string& title) {
+  ++modalDepth_;
+  std::string folder = modTools::ShowFolderBrowser(CurrentWindow(), title);
+  --modalDepth_;
+  return folder;
+}
+
+void RealUi::ApplyIcon(HWND hwnd) {
+  // WindowIcon: the icon of the installer's own file, taken afresh for every
+  // page; the previous one is destroyed first.
+  if (session_ && session_->WindowIcon) {
+    DestroyIcon(reinterpret_cast<HICON>(session_->WindowIcon));
+    session_->WindowIcon = 0;
+  }
+  HICON icon = nullptr;
+  if (session_ && !session_->AppDir.empty()) {
+    icon = ExtractIconW(instance_, Widen(session_->AppDir + "KVSetup.exe").c_str(), 0);
+    if (reinterpret_cast<UINT_PTR>(icon) <= 1) icon = nullptr;
+  }
+  if (!icon) icon = CopyIcon(LoadIconW(instance_, MAKEINTRESOURCEW(1)));
+  if (session_) session_->WindowIcon = reinterpret_cast<std::uintptr_t>(icon);
+  if (icon) {
+    SendMessageW(hwnd, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageW(hwnd, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+  }
+}
+
+void RealUi::ShowPage(PageId page, const std::string& caption) {
+  std::unique_ptr<Form> form = CreatePage(page);
+  if (!form || !form->Create(nullptr, true)) return;
+  HWND h = form->Hwnd();
+  RECT r;
+  GetWindowRect(h, &r);
+  int w = r.right - r.left, hgt = r.bottom - r.top;
+  int x, y;
+  HWND prev = CurrentWindow();
+  RECT ref{};
+  if (prev) {
+    GetWindowRect(prev, &ref);
+  } else if (havePageRect_) {
+    ref = lastPageRect_;
+  }
+  if (prev || havePageRect_) {
+    // Same centre as the page it replaces.
+    x = (ref.left + ref.right) / 2 - w / 2;
+    y = (ref.top + ref.bottom) / 2 - hgt / 2;
+  } else {
+    x = (GetSystemMetrics(SM_CXSCREEN) - w) / 2;
+    y = (GetSystemMetrics(SM_CYSCREEN) - hgt) / 2;
+  }
+  SetWindowPos(h, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+  if (current_) UnloadPage();
+  SetWindowTextW(h, Widen(caption).c_str());
+  ApplyIcon(h);
+  if (page == PageId::Installing) installingShown_ = true;
+  current_ = std::move(form);
+  currentId_ = page;
+  ShowWindow(h, SW_SHOW);
+  SetForegroundWindow(h);
+  UpdateWindow(h);
+  // Focus on the default button, so that Enter goes on at once.
+  if (int def = current_->DefaultButton()) SetFocus(GetDlgItem(h, def));
+}
+
+void RealUi::UnloadPage() {
+  if (!current_) return;
+  if (HWND h = current_->Hwnd()) {
+    GetWindowRect(h, &lastPageRect_);
+    havePageRect_ = true;
+  }
+  current_->Destroy();
+  unloaded_.push_back(std::move(current_));
+  currentId_ = PageId::None;
+}
+
+void RealUi::LoadEmptyForm() {
+  if (!empty_) empty_ = std::make_unique<frmEmpty>();
+}
+
+void RealUi::UnloadEmptyForm() { empty_.reset(); }
+
+bool RealUi::PumpOne(bool wait) {
+  MSG msg;
+  if (wait) {
+    if (GetMessageW(&msg, nullptr, 0, 0) <= 0) return false;
+  } else if (!PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    return false;
+  }
+  if (msg.message == WM_QUIT) {
+    PostQuitMessage(static_cast<int>(msg.wParam));
+    return false;
+  }
+  HWND page = CurrentWindow();
+  if (page && IsDialogMessageW(page, &msg)) return true;
+  TranslateMessage(&msg);
+  DispatchMessageW(&msg);
+  return true;
+}
+
+void RealUi::DoEvents() {
+  while (PumpOne(false)) {
+  }
+}
+
+void RealUi::RunMessageLoop() {
+  while (AnyFormLoaded()) {
+    unloaded_.clear();
+    if (!PumpOne(true)) break;
+  }
+  unloaded_.clear();
+}
+
+void RealUi::SetMousePointer(MousePointer pointer) {
+  pointer_ = pointer;
+  SetCursor(LoadCursorW(nullptr, pointer == MousePointer::Hourglass ? IDC_WAIT : IDC_ARROW));
+}
+
+double RealUi::Now() {
+  using namespace std::chrono;
+  return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+std::unique_ptr<Form> RealUi::CreatePage(PageId page) {
+  if (!session_) return nullptr;
+  return MakePage(page, *this, *session_);
+}
+
+}  // namespace kv::ui

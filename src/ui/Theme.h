@@ -1,0 +1,23 @@
+#pragma once
+// Fonts, dpi and the pictures every page shares.
+#include <windows.h>
+
+#include <string>
+
+namespace kv::ui {
+
+// Dots per inch for new windows (the primary monitor's; per-monitor changes
+// move windows but the fixed page layout is not re-flowed).
+int CurrentDpi();
+
+// The system's message font family: Segoe UI where installed, else Tahoma,
+// else whatever the system reports for message boxes.
+std::wstring MessageFontFace();
+
+// Cached fonts per dpi: normal (9 pt), bold (9 pt) and the page title (12 pt bold).
+HFONT NormalFont(int dpi);
+HFONT BoldFont(int dpi);
+HFONT TitleFont(int dpi);
+void ReleaseFonts();
+
+}  // namespace kv::ui

@@ -1,0 +1,46 @@
+#include "ui/frmFinished.h"
+
+#include "platform/ProcessStart.h"
+#include "platform/SystemRestart.h"
+#include "ui/ControlIds.h"
+#include "ui/PageLogic.h"
+#include "ui/Pages.h"
+
+namespace kv::ui {
+
+void frmFinished::OnLoad() { Init(frmFinished_UninstallMode(session_)); }
+
+void frmFinished::Init(bool uninstallMode) {
+  const FinishedSetup s = frmFinished_Init(session_, uninstallMode);
+  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
+  int y = FlowLabel(ids::frmFinished_lblTitle, s.lblTitle, x, 18, w, FontKind::Title, 12);
+  y = FlowLabel(ids::frmFinished_lblWelcome, s.lblWelcome, x, y, w, FontKind::Normal, 12);
+  Option(ids::frmFinished_optRestart, "Ja, Computer jetzt neu starten", x, y, w, 20, true);
+  Option(ids::frmFinished_optSelf, "Nein, ich möchte den Computer selbst neu starten", x, y + 22, w, 20, false);
+  SetChecked(ids::frmFinished_optRestart, true);
+  CheckBox(ids::frmFinished_chkStartProg, "Programm jetzt starten", x, y, w, 20);
+  Show(ids::frmFinished_optRestart, s.showRestart);
+  Show(ids::frmFinished_optSelf, s.showRestart);
+  Show(ids::frmFinished_chkStartProg, s.showStartProg);
+  SetChecked(ids::frmFinished_chkStartProg, s.showStartProg);
+  SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
+  Label(ids::frmFinished_Label1, kHomepage, x, Layout::kButtonY + 5, 200, 18);
+  Button(ids::frmFinished_cmdNext, "Schließen", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
+         Layout::kButtonH, true);
+  cancelId_ = ids::frmFinished_cmdNext;  // the close box closes, too
+}
+
+void frmFinished::OnCommand(int id, int code) {
+  if (code == BN_CLICKED && id == ids::frmFinished_cmdNext) cmdNext_Click();
+}
+
+void frmFinished::cmdNext_Click() {
+  FinishedChoice c;
+  c.restartSelected = Checked(ids::frmFinished_optRestart);
+  c.startProgram = IsWindowVisible(Item(ids::frmFinished_chkStartProg)) && Checked(ids::frmFinished_chkStartProg);
+  frmFinished_cmdNext_Click(session_, c, modTools::SystemRestartApi(), [](const std::string& commandLine) {
+    return modTools::StartCommandLine(commandLine, modTools::kShowNormalFocus);
+  });
+}
+
+}  // namespace kv::ui

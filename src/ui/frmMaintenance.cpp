@@ -1,0 +1,74 @@
+#include "ui/frmMaintenance.h"
+
+#include <algorithm>
+
+#include "ui/ControlIds.h"
+#include "ui/PageLogic.h"
+
+namespace kv::ui {
+
+void frmMaintenance::OnLoad() {
+  const MaintenanceSetup s = frmMaintenance_Form_Load(session_);
+  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
+  int y = FlowLabel(ids::frmMaintenance_Label1, "Wartung/Deinstallation", x, 18, w, FontKind::Title, 10);
+  y = FlowLabel(ids::frmMaintenance_lblChoose, s.lblChoose, x, y, w, FontKind::Normal, 12);
+  struct Row {
+    int button, label;
+    const char* caption;
+    const char* text;
+  };
+  const Row rows[] = {
+      {ids::frmMaintenance_Command1, ids::frmMaintenance_Label2, "Erweitern",
+       "Neue Komponenten installieren bzw. die Installation fortsetzen, wenn sie zuvor abgebrochen wurde."},
+      {ids::frmMaintenance_Command2, ids::frmMaintenance_Label3, "Reparieren",
+       "Die vorhandene Installation reparieren, d.h. alle bisher vorhandenen Komponenten erneut installieren (Ihre "
+       "Einstellungen bleiben erhalten)"},
+      {ids::frmMaintenance_Command3, ids::frmMaintenance_Label4, "Neu installieren",
+       "Das Programm neu installieren (Ihre Einstellungen gehen dabei verloren)"},
+      {ids::frmMaintenance_Command4, ids::frmMaintenance_Label5, "Deinstallieren",
+       "Das Programm komplett deinstallieren und alle installierten Dateien des Programms von der Festplatte "
+       "entfernen"},
+  };
+  // Without the source only the uninstall is possible: its row moves to the
+  // top, the others stay visible below it, disabled.
+  int order[4] = {0, 1, 2, 3};
+  if (!s.sourceReachable) {
+    order[0] = 3, order[1] = 0, order[2] = 1, order[3] = 2;
+  }
+  const int bw = 120, lx = x + bw + 12, lw = w - bw - 12;
+  // Tab order follows the creation order, so rows are created top to bottom.
+  for (int i : order) {
+    const Row& r = rows[i];
+    int h = MeasureText(r.text, lw, FontKind::Normal);
+    Button(r.button, r.caption, x, y, bw, Layout::kButtonH);
+    Label(r.label, r.text, lx, y + 4, lw, h);
+    y += std::max(h + 4, Layout::kButtonH) + 8;
+  }
+  if (!s.sourceReachable) {
+    for (int i = 0; i < 3; ++i) {
+      Enable(rows[i].button, false);
+      Enable(rows[i].label, false);
+    }
+    int h = MeasureText(s.lblMore, w - 24, FontKind::Normal);
+    Frame(ids::frmMaintenance_Frame1, "", x, y, w, h + 24);
+    Label(ids::frmMaintenance_lblMore, s.lblMore, x + 12, y + 14, w - 24, h);
+  }
+  SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
+  Button(ids::frmMaintenance_Command5, "Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
+         Layout::kButtonW, Layout::kButtonH);
+  cancelId_ = ids::frmMaintenance_Command5;
+}
+
+void frmMaintenance::OnCommand(int id, int code) {
+  if (code != BN_CLICKED) return;
+  switch (id) {
+    case ids::frmMaintenance_Command1: frmMaintenance_Command1_Click(session_); break;
+    case ids::frmMaintenance_Command2: frmMaintenance_Command2_Click(session_); break;
+    case ids::frmMaintenance_Command3: frmMaintenance_Command3_Click(session_); break;
+    case ids::frmMaintenance_Command4: frmMaintenance_Command4_Click(session_); break;
+    case ids::frmMaintenance_Command5: frmMaintenance_Command5_Click(session_); break;
+    default: break;
+  }
+}
+
+}  // namespace kv::ui

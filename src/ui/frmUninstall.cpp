@@ -1,0 +1,29 @@
+#include "ui/frmUninstall.h"
+
+#include "package/CPackage.h"
+#include "session/Session.h"
+#include "startup/pages/UninstallPage.h"
+#include "ui/ControlIds.h"
+#include "ui/RealUi.h"
+
+namespace kv::ui {
+
+void frmUninstall::OnLoad() {
+  // The package being removed: the one chosen to go first (an older version
+  // or the package itself before a reinstall) until the installation has
+  // started; after that only a rollback of the package itself removes things.
+  const CPackage* pkg = session_.Package.get();
+  if (session_.PackageToRemoveFirst && !ui_.InstallingPageShown()) pkg = session_.PackageToRemoveFirst.get();
+  Init(pkg ? pkg->Name + " " + pkg->Version : std::string());
+  ui_.SetMousePointer(MousePointer::Hourglass);
+}
+
+void frmUninstall::Init(const std::string& displayName) {
+  const std::string text = modSetup::frmUninstall_PleaseText(session_, displayName);
+  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
+  const int h = MeasureText(text, w, FontKind::Bold);
+  Label(ids::frmUninstall_lblPlease, text, x, modSetup::frmUninstall_LabelTop(Layout::kHeight, h), w, h,
+        FontKind::Bold, SS_CENTER);
+}
+
+}  // namespace kv::ui

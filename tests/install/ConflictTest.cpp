@@ -1,0 +1,211 @@
+// Language and format conflicts: the dialog's texts and what each answer does.
+// The system's version function reports a language or type difference only
+// together with a plain mismatch (which is forced silently), so the pure
+// conflict results come from a seam around the real function.
+#include <gtest/gtest.h>
+
+#include "install/Conflict.h"
+#include "install/InstallFile.h"
+#include "install/InstallFileSeams.h"
+#include "install/InstallTestSupport.h"
+
+namespace kv::test {
+namespace {
+
+const std::string kLanguageText =
+    "Die auf Ihrer Festplatte installierte, ältere Version von x.dll liegt in einer anderen Sprache vor als die mit "
+    "Testprogramm 2.0 mitgelieferte, neuere Version:";
+const std::string kFormatText =
+    "Die auf Ihrer Festplatte installierte, ältere Version von x.dll liegt in einem anderen Format vor als die mit "
+    "Testprogramm 2.0 mitgelieferte, neuere Version:";
+const std::string kWhatToDo =
+    "Möchten Sie die bisherige Version behalten oder mit der neuen Version überschreiben? (Wenn Sie die bisherige "
+    "Version behalten, funktioniert Testprogramm 2.0 möglicherweise nicht ordnungsgemäß)";
+
+TEST(ConflictQuestion, WordingFollowsTheLanguageBitOnly) {
+  ScratchFolder dir;
+  const std::string installed = dir / "alt.dll";
+  const std::string fresh = dir / "neu.dll";
+  MakeVersionedFile(installed, {1, 2, 3, 40000}, kLangEnglishUS);
+  MakeUnversionedFile(fresh);
+
+  ConflictQuestion lang = frmConflict::BuildQuestion("x.dll", installed, fresh, 8 | 0x20, "Testprogramm 2.0");
+  EXPECT_EQ(lang.text, kLanguageText);
+  EXPECT_EQ(lang.whatToDo, kWhatToDo);
+  EXPECT_EQ(lang.oldDescription.rfind("Version: 1.2.3.-25536\r\nSprache: ", 0), 0u) << lang.oldDescription;
+  EXPECT_EQ(lang.newDescription, "");  // no version resource: empty box
+
+  EXPECT_EQ(frmConflict::BuildQuestion("x.dll", installed, fresh, 0x20, "Testprogramm 2.0").text, kFormatText);
+  EXPECT_EQ(frmConflict::BuildQuestion("x.dll", installed, fresh, 0, "Testprogramm 2.0").text, kFormatText);
+}
+
+// The real copy, but the first unforced call reports `conflict`; with
+// `alwaysConflict` the forced call does so too.
+struct ConflictSeam {
+  ConflictSeam(DWORD conflict, bool alwaysConflict) {
+    modInstall::seams::SystemFunctions f;
+    f.VerInstallFile = [=, this](DWORD flags, LPCWSTR sn, LPCWSTR dn, LPCWSTR sd, LPCWSTR dd, LPCWSTR cd, LPWSTR tf,
+                                 PUINT tl) -> DWORD {
+      Flags.push_back(flags);
+      if (!(flags & VIFF_FORCEINSTALL) || alwaysConflict) return conflict;
+      return VerInstallFileW(flags, const_cast<LPWSTR>(sn), const_cast<LPWSTR>(dn), const_cast<LPWSTR>(sd),
+                             const_cast<LPWSTR>(dd), const_cast<LPWSTR>(cd), tf, tl);
+    };
+    scope = std::make_unique<modInstall::seams::ScopedSystemFunctions>(f);
+  }
+  std::vector<DWORD> Flags;
+  std::unique_ptr<modInstall::seams::ScopedSystemFunctions> scope;
+};
+
+class ConflictInstallTest : public InstallFixture {
+ protected:
+  void SetUp() override {
+    MakeVersionedFile(Medium + "\\x.dll", {2, 0, 0, 0}, kLangGerman);
+    Scratch.MakeFolder("Programme\\Testprogramm");
+    MakeVersionedFile(App + "\\x.dll", {1, 0, 0, 0}, kLangEnglishUS);
+    Existing = ReadFileBytes(App + "\\x.dll");
+    session.Ui.SetMousePointer(MousePointer::Hourglass);
+  }
+  std::string Existing;
+};
+
+TEST_F(ConflictInstallTest, LanguageConflictKeep) {
+  ConflictSeam seam(VIF_DIFFLANG, false);
+  ui.AnswerConflict(ConflictAnswer::KeepInstalled);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  ASSERT_EQ(ui.Conflicts().size(), 1u);
+  const ConflictQuestion& q = ui.Conflicts()[0];
+  EXPECT_EQ(q.text, kLanguageText);
+  EXPECT_EQ(q.whatToDo, kWhatToDo);
+  EXPECT_EQ(q.oldDescription.rfind("Version: 1.0.0.0\r\n", 0), 0u) << q.oldDescription;
+  EXPECT_EQ(q.newDescription.rfind("Version: 2.0.0.0\r\n", 0), 0u) << q.newDescription;
+  EXPECT_EQ(ui.PointerAtBox, std::vector<MousePointer>{MousePointer::Default});
+  EXPECT_EQ(ui.GetMousePointer(), MousePointer::Hourglass);
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
+  EXPECT_EQ(f.Installed, 2);
+  EXPECT_EQ(f.InstalledIn, App);
+  EXPECT_EQ(seam.Flags, std::vector<DWORD>{VIFF_DONTDELETEOLD});
+}
+
+TEST_F(ConflictInstallTest, FormatConflictReplace) {
+  ConflictSeam seam(VIF_DIFFTYPE, false);
+  ui.AnswerConflict(ConflictAnswer::Replace);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  ASSERT_EQ(ui.Conflicts().size(), 1u);
+  EXPECT_EQ(ui.Conflicts()[0].text, kFormatText);
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), ReadFileBytes(Medium + "\\x.dll"));
+  EXPECT_EQ(f.Installed, 1);
+  EXPECT_EQ(seam.Flags, (std::vector<DWORD>{VIFF_DONTDELETEOLD, VIFF_DONTDELETEOLD | VIFF_FORCEINSTALL}));
+  EXPECT_EQ(ListFolder(App).size(), 1u);
+}
+
+TEST_F(ConflictInstallTest, CancelConfirmedEndsTheCall) {
+  ConflictSeam seam(VIF_DIFFCODEPG, false);
+  ui.AnswerConflict(ConflictAnswer::Cancel);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(CancelCalls, std::vector<bool>{true});
+  EXPECT_TRUE(session.Cancelled);
+  EXPECT_EQ(f.Installed, 0);
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
+  EXPECT_FALSE(session.FilesInstalled);
+}
+
+TEST_F(ConflictInstallTest, CancelWithdrawnShowsTheDialogAgain) {
+  ConflictSeam seam(VIF_DIFFLANG, false);
+  ConfirmCancel = false;
+  ui.AnswerConflict(ConflictAnswer::Cancel);
+  ui.AnswerConflict(ConflictAnswer::KeepInstalled);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(ui.Conflicts().size(), 2u);
+  EXPECT_FALSE(session.Cancelled);
+  EXPECT_EQ(f.Installed, 2);
+}
+
+TEST_F(ConflictInstallTest, ASecondConflictAfterForcingFailsSilently) {
+  ConflictSeam seam(VIF_DIFFLANG, true);
+  ui.AnswerConflict(ConflictAnswer::Replace);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(ui.Conflicts().size(), 1u);
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_EQ(f.Installed, 0);
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
+}
+
+TEST_F(ConflictInstallTest, MismatchWinsOverTheConflictBits) {
+  // What the system itself reports for a file of another type: forced
+  // silently, no dialog.
+  ConflictSeam seam(VIF_MISMATCH | VIF_DIFFTYPE, false);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_TRUE(ui.Conflicts().empty());
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), ReadFileBytes(Medium + "\\x.dll"));
+  EXPECT_EQ(f.Installed, 1);
+}
+
+TEST_F(ConflictInstallTest, TemporaryCopiesOfEveryPassAreRemoved) {
+  // The system leaves its temporary copy when it reports a difference; the
+  // forced pass makes a new one. Neither may stay.
+  modInstall::seams::SystemFunctions fns;
+  int calls = 0;
+  fns.VerInstallFile = [&](DWORD flags, LPCWSTR sn, LPCWSTR dn, LPCWSTR sd, LPCWSTR dd, LPCWSTR cd, LPWSTR tf,
+                           PUINT tl) -> DWORD {
+    ++calls;
+    if (!(flags & VIFF_FORCEINSTALL)) {
+      CopyFileW((std::wstring(sd) + L"\\" + sn).c_str(), (std::wstring(dd) + L"\\VER1A2B.tmp").c_str(), FALSE);
+      wcscpy(tf, L"VER1A2B.tmp");
+      return VIF_TEMPFILE | VIF_DIFFLANG;
+    }
+    return VerInstallFileW(flags, const_cast<LPWSTR>(sn), const_cast<LPWSTR>(dn), const_cast<LPWSTR>(sd),
+                           const_cast<LPWSTR>(dd), const_cast<LPWSTR>(cd), tf, tl);
+  };
+  modInstall::seams::ScopedSystemFunctions scope(fns);
+  ui.AnswerConflict(ConflictAnswer::Replace);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(ListFolder(App), std::vector<std::string>{"x.dll"});
+  EXPECT_EQ(f.Installed, 1);
+}
+
+TEST_F(ConflictInstallTest, FailingVersionSearchCancelsUnconditionally) {
+  modInstall::seams::SystemFunctions fns;
+  fns.VerFindFile = [](DWORD, LPCWSTR, LPCWSTR, LPCWSTR, LPWSTR, PUINT, LPWSTR, PUINT) -> DWORD {
+    throw std::runtime_error("version library unusable");
+  };
+  modInstall::seams::ScopedSystemFunctions scope(fns);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(CancelCalls, std::vector<bool>{false});
+  EXPECT_EQ(f.Installed, 0);
+  EXPECT_TRUE(ui.Boxes().empty());
+}
+
+TEST_F(ConflictInstallTest, SmallBuffersAreEnlargedOnce) {
+  modInstall::seams::SystemFunctions fns;
+  std::vector<UINT> lengths;
+  fns.VerFindFile = [&](DWORD fl, LPCWSTR n, LPCWSTR w, LPCWSTR a, LPWSTR cur, PUINT curLen, LPWSTR dst,
+                        PUINT dstLen) -> DWORD {
+    lengths.push_back(*curLen);
+    if (lengths.size() == 1) {
+      *curLen = 400;
+      *dstLen = 400;
+      return VFF_BUFFTOOSMALL;
+    }
+    return VerFindFileW(fl, const_cast<LPWSTR>(n), const_cast<LPWSTR>(w), const_cast<LPWSTR>(a), cur, curLen, dst,
+                        dstLen);
+  };
+  modInstall::seams::ScopedSystemFunctions scope(fns);
+  CFile& f = AddFile("x.dll");
+  Install(f);
+  EXPECT_EQ(lengths, (std::vector<UINT>{301, 400}));
+  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), ReadFileBytes(Medium + "\\x.dll"));
+  EXPECT_EQ(f.InstalledIn, App);
+}
+
+}  // namespace
+}  // namespace kv::test

@@ -1,0 +1,10 @@
+/* The template the version fixtures copy: a DLL that does nothing and has a
+   resource section but no version resource. */
+#include <windows.h>
+
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+  (void)instance;
+  (void)reason;
+  (void)reserved;
+  return TRUE;
+}

@@ -1,0 +1,77 @@
+// kv_recorder: a stand-in for programs the installer starts (registration
+// helper, component servers, self-delete helper). It appends its complete
+// command line, exactly as Windows passed it, as one UTF-8 line to a log and
+// exits with a chosen code.
+//
+// Log file: the environment variable KV_RECORDER_LOG, else "<own name>.log"
+// beside the executable (so a copy named dllregsv.exe writes dllregsv.log).
+// Exit code: KV_RECORDER_EXIT, else the number in "<own name>.exitcode" beside
+// the executable, else 0.
+#include <windows.h>
+
+#include <cwchar>
+#include <string>
+
+namespace {
+
+std::wstring EnvVar(const wchar_t* name) {
+  wchar_t buffer[32768];
+  DWORD n = GetEnvironmentVariableW(name, buffer, 32768);
+  if (n == 0 || n >= 32768) return {};
+  return std::wstring(buffer, n);
+}
+
+std::wstring OwnPathWithoutExtension() {
+  wchar_t buffer[32768];
+  DWORD n = GetModuleFileNameW(nullptr, buffer, 32768);
+  std::wstring path(buffer, n);
+  size_t slash = path.find_last_of(L"\\/");
+  size_t dot = path.find_last_of(L'.');
+  if (dot != std::wstring::npos && (slash == std::wstring::npos || dot > slash)) path.resize(dot);
+  return path;
+}
+
+std::string ToUtf8(const std::wstring& text) {
+  if (text.empty()) return {};
+  int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  std::string out(static_cast<size_t>(n), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), n, nullptr, nullptr);
+  return out;
+}
+
+int ChosenExitCode(const std::wstring& base) {
+  std::wstring fromEnv = EnvVar(L"KV_RECORDER_EXIT");
+  if (!fromEnv.empty()) return static_cast<int>(wcstol(fromEnv.c_str(), nullptr, 10));
+  HANDLE h = CreateFileW((base + L".exitcode").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                         nullptr);
+  if (h == INVALID_HANDLE_VALUE) return 0;
+  char text[32] = {};
+  DWORD read = 0;
+  ReadFile(h, text, sizeof(text) - 1, &read, nullptr);
+  CloseHandle(h);
+  return static_cast<int>(strtol(text, nullptr, 10));
+}
+
+}  // namespace
+
+int wmain() {
+  std::wstring base = OwnPathWithoutExtension();
+  std::wstring log = EnvVar(L"KV_RECORDER_LOG");
+  if (log.empty()) log = base + L".log";
+
+  std::string line = ToUtf8(GetCommandLineW()) + "\r\n";
+  // Several recorders may run at once: append in one write, retrying while
+  // another one holds the file.
+  for (int attempt = 0; attempt < 200; ++attempt) {
+    HANDLE h = CreateFileW(log.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h != INVALID_HANDLE_VALUE) {
+      DWORD written = 0;
+      WriteFile(h, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+      CloseHandle(h);
+      break;
+    }
+    Sleep(10);
+  }
+  return ChosenExitCode(base);
+}
