@@ -186,6 +186,8 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
     Quietly([&] { DiscardPendingCopies(pending); });
   }
 
+  // Files a macro installed are on record too.
+  Quietly([&] { FlushInstallStatus(session, package); });
   ui.SetMousePointer(previousPointer);
 }
 

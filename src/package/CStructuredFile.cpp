@@ -228,7 +228,7 @@ std::string CStructuredFile::ToText() const {
 int32_t CStructuredFile::SaveSilently() {
   try {
     std::string bytes = Utf8ToAnsi(ToText());
-    return fileio::ReplaceFile(FileName, bytes);
+    return fileio::ReplaceWholeFile(FileName, bytes);
   } catch (const std::bad_alloc&) {
     return vberr::OutOfMemory;
   } catch (const VbError& e) {

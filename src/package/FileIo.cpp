@@ -82,7 +82,7 @@ int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
   return 0;
 }
 
-int32_t ReplaceFile(const std::string& path, std::string_view bytes) {
+int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   if (path.empty()) return vberr::BadFileName;
   std::wstring target = Utf8ToWide(path);
   std::wstring temp = Utf8ToWide(TemporaryNameFor(path));
@@ -177,7 +177,7 @@ int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
   return 0;
 }
 
-int32_t ReplaceFile(const std::string& path, std::string_view bytes) {
+int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   if (path.empty()) return vberr::BadFileName;
   std::string target = HostPath(path);
   std::string temp = HostPath(TemporaryNameFor(path));

@@ -14,9 +14,9 @@ int32_t ReadWholeFile(const std::string& path, std::string& bytes);
 // Writes `bytes` to a temporary file beside `path` and renames it over
 // `path`, so that a reader sees either the old or the new file, never a torn
 // one. On failure the temporary file is removed and `path` is untouched.
-int32_t ReplaceFile(const std::string& path, std::string_view bytes);
+int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes);
 
-// The temporary name ReplaceFile writes first.
+// The temporary name ReplaceWholeFile writes first.
 std::string TemporaryNameFor(const std::string& path);
 
 }  // namespace kv::fileio

@@ -142,16 +142,43 @@ TEST_F(RegistrationTest, FailingTypeLibraryAsksRetryThenIgnore) {
   EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, "TypeLib\\" + kTypeLibGuid));
 }
 
+// Number of faces of a family the system offers.
+int FaceCount(const std::wstring& family) {
+  LOGFONTW lf{};
+  lf.lfCharSet = DEFAULT_CHARSET;
+  wcsncpy(lf.lfFaceName, family.c_str(), LF_FACESIZE - 1);
+  int n = 0;
+  HDC dc = GetDC(nullptr);
+  EnumFontFamiliesExW(
+      dc, &lf, [](const LOGFONTW*, const TEXTMETRICW*, DWORD, LPARAM count) -> int {
+        ++*reinterpret_cast<int*>(count);
+        return 1;
+      },
+      reinterpret_cast<LPARAM>(&n), 0);
+  ReleaseDC(nullptr, dc);
+  return n;
+}
+
 TEST_F(RegistrationTest, FontIsAddedAndRemoved) {
-  CFile& f = InstallWithKind("DejaVuSans.ttf", 4, kFont);
-  const std::wstring path = win::Widen(App + "\\DejaVuSans.ttf");
-  // Removing succeeds only for a font that was added; add it back for the
-  // product code to remove.
-  ASSERT_TRUE(RemoveFontResourceW(path.c_str()));
-  ASSERT_GT(AddFontResourceW(path.c_str()), 0);
+  // The system already knows DejaVu Sans from the host; a copy renamed to a
+  // family of its own shows whether our adding and removing took effect.
+  std::string font = ReadFileBytes(kFont);
+  ASSERT_FALSE(font.empty()) << "fonts-dejavu-core missing";
+  auto rename = [&font](const std::string& from, const std::string& to) {
+    for (size_t at = font.find(from); at != std::string::npos; at = font.find(from, at + to.size())) {
+      font.replace(at, from.size(), to);
+    }
+  };
+  rename("DejaVu", "KvTest");
+  rename(std::string("\0D\0e\0j\0a\0V\0u", 12), std::string("\0K\0v\0T\0e\0s\0t", 12));
+  const std::string renamed = Scratch.WriteFile("KvTestSans.ttf", font);
+  ASSERT_EQ(FaceCount(L"KvTest Sans"), 0);
+
+  CFile& f = InstallWithKind("KvTestSans.ttf", 4, renamed);
+  EXPECT_GT(FaceCount(L"KvTest Sans"), 0);
   EXPECT_TRUE(UnregisterFile(session, f, true));
-  EXPECT_FALSE(RemoveFontResourceW(path.c_str()));
-  EXPECT_TRUE(Exists(App + "\\DejaVuSans.ttf"));
+  EXPECT_EQ(FaceCount(L"KvTest Sans"), 0);
+  EXPECT_TRUE(Exists(App + "\\KvTestSans.ttf"));
 }
 
 TEST_F(RegistrationTest, UnregisterFileLeavesWhatItMustLeave) {

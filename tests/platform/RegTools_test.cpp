@@ -43,6 +43,8 @@ TEST(RegTools, StringIsStoredAsRegSzOfItsCharacters) {
   // the zero that follows the text in memory (NT and wine alike), so the value
   // holds the characters, then at most one terminator.
   const std::wstring expected = L"C:\\Programme\\Kivra";
+  std::printf("stored %u bytes for %u characters\n", static_cast<unsigned>(bytes.size()),
+              static_cast<unsigned>(expected.size()));
   ASSERT_GE(bytes.size(), expected.size() * 2);
   ASSERT_LE(bytes.size(), expected.size() * 2 + 2);
   EXPECT_EQ(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), expected.size()), expected);

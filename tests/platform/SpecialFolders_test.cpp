@@ -37,6 +37,16 @@ TEST(SpecialFolders, ShellAnswersForRealFolders) {
   EXPECT_NE(desktop, programs);
 }
 
+TEST(SpecialFolders, ShellStillAnswersUnderTheRegistryGuard) {
+  // Engine tests run with redirected hives; the shell must keep answering
+  // there (wine falls back to its built-in profile folders).
+  RegistryGuard guard;
+  const std::string desktop = GetSpecialFolder(nullptr, kCommonDesktopDirectory, "DEFAULT");
+  std::printf("common desktop under the guard: %s\n", desktop.c_str());
+  EXPECT_NE(desktop, "DEFAULT");
+  EXPECT_TRUE(modTools::FolderExists(desktop)) << desktop;
+}
+
 TEST(SpecialFolders, FallbackReadsShellFoldersWithoutQuotes) {
   RegistryGuard guard;
   modRegTools::SetString(kShellFolders, "Programs", "\"C:\\Users\\kv\\Programme\"", HKEY_CURRENT_USER);

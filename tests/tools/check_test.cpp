@@ -262,6 +262,40 @@ TEST(KvpackCheck, MissingVersionAndTabIndentedLines) {
   EXPECT_EQ(r.exitStrict, 2);
 }
 
+TEST(KvpackCheck, WhatTheInstallerSkipsIsAWarningNotAnError) {
+  auto text = [](const std::string& destinationPath) {
+    return "<header>\n"               // 1
+           " Name=Demo\n"             // 2
+           " Version=1.0\n"           // 3
+           " EXEFile=bin\\demo.exe\n"  // 4
+           "</header>\n"              // 5
+           "<files>\n"                // 6
+           " [file]\n"                // 7 no Name: Register is never converted
+           "  Register=kaputt\n"      // 8
+           " [/file]\n"               // 9
+           " [datei]\n"               // 10 not a file record
+           " [/datei]\n"              // 11
+           " [file]\n"                // 12
+           "  Name=demo.exe\n"        // 13
+           "  DestinationPath=" + destinationPath + "\n"  // 14
+           " [/file]\n"
+           "</files>\n";
+  };
+  ScratchFolder dir;
+  Result r = Check(dir, text("*appdir*"));
+  EXPECT_TRUE(Has(r, 7, Severity::Warning, "[file] without Name"));
+  EXPECT_TRUE(Has(r, 10, Severity::Warning, "'datei' inside <files> is ignored"));
+  EXPECT_TRUE(Has(r, 4, Severity::Warning, "EXEFile 'bin\\demo.exe' is not installed"));
+  EXPECT_EQ(r.list.size(), 3u) << Dump(r.list);
+  EXPECT_EQ(r.exitNormal, 0);
+  auto loaded = LoadWithProduct(dir.Sub("setup.ini"));
+  EXPECT_FALSE(loaded.failure) << *loaded.failure;
+
+  // Installed into the "bin" subfolder, the program is found.
+  r = Check(dir, text("*APPDIR*\\Bin\\"));
+  EXPECT_EQ(r.list.size(), 2u) << Dump(r.list);
+}
+
 TEST(KvpackCheck, SourceFilesAreLookedUpWithoutRegardToCase) {
   ScratchFolder dir;
   test::WriteBytes(dir.Sub("src/Programm.EXE"), "x");

@@ -76,6 +76,7 @@ class Checker {
       diag_.Warning(0, "no <header> group: the package has no Name, Caption or Version");
     if (const ScanItem* files = root.Find("files"); files && files->IsGroup()) CheckFiles(*files);
     else if (!files) diag_.Warning(0, "no <files> group: the installer ends at once for a package without files");
+    CheckExeFile(root);
     if (const ScanItem* keys = root.Find("regkeys"); keys && keys->IsGroup()) CheckRegKeys(*keys);
     for (const char* name : MacroGroupNames())
       if (const ScanItem* macro = root.Find(name); macro && macro->IsGroup()) CheckCommands(*macro);
@@ -218,6 +219,7 @@ class Checker {
         diag_.Warning(dest->line, "DestinationName has more parts (" + std::to_string(destPieces) + ") than Name (" +
                                       std::to_string(pieces.size()) + "); the extra ones are ignored");
     }
+    RememberDestinations(file, pieces);
     for (const std::string& piece : pieces) {
       if (piece.empty()) {
         diag_.Warning(name->line, "Name " + Quote(name->value) + " holds an empty part, which becomes a file record without a name");
@@ -232,6 +234,41 @@ class Checker {
       names[key] = name->line;
       if (!piece.empty()) AddSource(piece, name->line);
     }
+  }
+
+  // Where each record lands relative to the installation folder, for the
+  // EXEFile test: "*appdir*" or an empty DestinationPath is that folder.
+  void RememberDestinations(const ScanItem& file, const std::vector<std::string>& pieces) {
+    const ScanItem* pathItem = file.Find("DestinationPath");
+    std::string path = pathItem && !pathItem->IsGroup() ? std::string(kv::TrimBlanks(pathItem->value)) : "";
+    std::string folded = kv::LowerCase(path);
+    if (folded.rfind("*appdir*", 0) == 0) folded = folded.substr(8);
+    else if (!folded.empty()) return;
+    while (!folded.empty() && (folded.front() == '\\' || folded.front() == '/')) folded.erase(0, 1);
+    while (!folded.empty() && (folded.back() == '\\' || folded.back() == '/')) folded.pop_back();
+    const ScanItem* destItem = file.Find("DestinationName");
+    std::vector<std::string> dests = destItem && !destItem->IsGroup() ? SplitBar(destItem->value) : std::vector<std::string>{};
+    dests.resize(pieces.size());
+    for (size_t i = 0; i < pieces.size(); ++i) {
+      std::string name = kv::LowerCase(dests[i].empty() ? pieces[i] : dests[i]);
+      std::string full = folded.empty() ? name : folded + "\\" + name;
+      for (char& c : full)
+        if (c == '/') c = '\\';
+      installedInAppDir_.insert(full);
+    }
+  }
+
+  void CheckExeFile(const ScanItem& root) {
+    const ScanItem* header = root.Find("header");
+    const ScanItem* exe = header && header->IsGroup() ? header->Find("EXEFile") : nullptr;
+    if (!exe || exe->IsGroup() || exe->value.empty()) return;
+    std::string want = kv::LowerCase(exe->value);
+    for (char& c : want)
+      if (c == '/') c = '\\';
+    if (!installedInAppDir_.count(want))
+      diag_.Warning(exe->line, "EXEFile " + Quote(exe->value) +
+                                   " is not installed into the installation folder by any [file]; links and the "
+                                   "program start would point to nothing");
   }
 
   void CheckRegister(const ScanItem& p) {
@@ -373,6 +410,7 @@ class Checker {
   Diagnostics& diag_;
   std::set<std::string> sourceKeys_;
   const ScanItem* register_ = nullptr;  // Register of the file group being checked
+  std::set<std::string> installedInAppDir_;  // lower case, relative to the installation folder
 };
 
 }  // namespace

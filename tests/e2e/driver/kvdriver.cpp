@@ -23,6 +23,7 @@
 //   noreg ROOT KEY [VALUE]       the key (or value) does not exist
 //   run COMMANDLINE              starts a program on the driver's desktop
 //   sleep MILLISECONDS
+//   list                         prints every top-level window (for diagnosis)
 #include <windows.h>
 
 #include <cstdio>
@@ -199,6 +200,14 @@ bool ReadValue(const char* root, const char* key, const char* value, std::string
   return true;
 }
 
+BOOL CALLBACK ListProc(HWND h, LPARAM) {
+  wchar_t cls[128] = {};
+  GetClassNameW(h, cls, 128);
+  std::printf("%p %s visible=%d \"%s\"\n", static_cast<void*>(h), Narrow(cls).c_str(), IsWindowVisible(h) ? 1 : 0,
+              Narrow(WindowText(h)).c_str());
+  return TRUE;
+}
+
 void UseDesktop(const std::wstring& name) {
   HDESK d = OpenDesktopW(name.c_str(), 0, FALSE, GENERIC_ALL);
   if (!d) Fail("cannot open desktop " + Narrow(name));
@@ -373,6 +382,8 @@ int wmain(int argc, wchar_t** wargv) {
       CloseHandle(pi.hThread);
       CloseHandle(pi.hProcess);
       i += 1;
+    } else if (cmd == "list") {
+      EnumWindows(ListProc, 0);
     } else if (cmd == "sleep") {
       need(1);
       Sleep(static_cast<DWORD>(std::atoi(arg(0))));

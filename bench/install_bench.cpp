@@ -1,0 +1,215 @@
+// Cost of installing files through the engine (InstallPackageFile: source
+// check, version search, version-aware copy, stamping, status records)
+// against a plain CopyFileW loop over the same files, plus the bare system
+// version functions alone to show what of the difference is theirs.
+//
+// Usage: install_bench [scratch-folder] [small-count] [large-count]
+// Defaults: C:\kvbench-install, 2000 files of 4 KB, 5 files of 20 MB.
+// Everything it creates is removed at the end.
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "install/InstallFile.h"
+#include "package/CFile.h"
+#include "package/CPackage.h"
+#include "package/UserInteraction.h"
+#include "platform/WinString.h"
+#include "session/Session.h"
+
+namespace {
+
+using kv::win::Widen;
+
+double Seconds() {
+  static LARGE_INTEGER frequency = [] {
+    LARGE_INTEGER f;
+    QueryPerformanceFrequency(&f);
+    return f;
+  }();
+  LARGE_INTEGER now;
+  QueryPerformanceCounter(&now);
+  return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+// Nobody is in front of the screen: every question is answered Ignore and
+// counted (a benchmark run must not ask anything).
+class QuietUi : public kv::UserInteraction {
+ public:
+  int Questions = 0;
+  kv::MsgResult MsgBox(const kv::MessageBoxRequest& r) override {
+    ++Questions;
+    std::fprintf(stderr, "unexpected question: %s\n", r.text.c_str());
+    return kv::MsgResult::Ignore;
+  }
+  kv::ConflictAnswer AskConflict(const kv::ConflictQuestion&) override {
+    ++Questions;
+    return kv::ConflictAnswer::KeepInstalled;
+  }
+  std::string BrowseForFolder(const std::string&) override { return {}; }
+  void ShowPage(kv::PageId, const std::string&) override {}
+  void UnloadPage() override {}
+  void LoadEmptyForm() override {}
+  void UnloadEmptyForm() override {}
+  void DoEvents() override {}
+  void SetMousePointer(kv::MousePointer p) override { pointer_ = p; }
+  kv::MousePointer GetMousePointer() const override { return pointer_; }
+  double Now() override { return Seconds(); }
+
+ private:
+  kv::MousePointer pointer_ = kv::MousePointer::Default;
+};
+
+void WriteBytes(const std::string& path, size_t size, unsigned seed) {
+  std::string data(size, '\0');
+  unsigned x = seed * 2654435761u + 1;
+  for (char& c : data) {
+    x = x * 1103515245u + 12345u;
+    c = static_cast<char>(x >> 24);
+  }
+  HANDLE h = CreateFileW(Widen(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) {
+    std::fprintf(stderr, "cannot create %s\n", path.c_str());
+    std::exit(1);
+  }
+  DWORD written = 0;
+  WriteFile(h, data.data(), static_cast<DWORD>(data.size()), &written, nullptr);
+  CloseHandle(h);
+}
+
+void RemoveTree(const std::string& folder) {
+  WIN32_FIND_DATAW d;
+  HANDLE h = FindFirstFileW(Widen(folder + "\\*").c_str(), &d);
+  if (h != INVALID_HANDLE_VALUE) {
+    do {
+      std::wstring n = d.cFileName;
+      if (n == L"." || n == L"..") continue;
+      std::string child = folder + "\\" + kv::win::Narrow(n);
+      if (d.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+        RemoveTree(child);
+      } else {
+        SetFileAttributesW(Widen(child).c_str(), FILE_ATTRIBUTE_NORMAL);
+        DeleteFileW(Widen(child).c_str());
+      }
+    } while (FindNextFileW(h, &d));
+    FindClose(h);
+  }
+  RemoveDirectoryW(Widen(folder).c_str());
+}
+
+struct Timing {
+  double engine = 0, copy = 0, versionOnly = 0;
+};
+
+Timing Measure(const std::string& root, const std::string& tag, const std::vector<std::string>& names) {
+  const std::string medium = root + "\\medium";
+  Timing t;
+
+  // Plain copy loop.
+  const std::string plain = root + "\\copy-" + tag;
+  CreateDirectoryW(Widen(plain).c_str(), nullptr);
+  double start = Seconds();
+  for (const std::string& n : names) {
+    CopyFileW(Widen(medium + "\\" + n).c_str(), Widen(plain + "\\" + n).c_str(), FALSE);
+  }
+  t.copy = Seconds() - start;
+
+  // The system's version functions alone, as the engine calls them.
+  const std::string bare = root + "\\ver-" + tag;
+  CreateDirectoryW(Widen(bare).c_str(), nullptr);
+  wchar_t windir[MAX_PATH];
+  GetWindowsDirectoryW(windir, MAX_PATH);
+  const std::wstring wMedium = Widen(medium), wBare = Widen(bare);
+  start = Seconds();
+  for (const std::string& n : names) {
+    std::wstring wn = Widen(n);
+    wchar_t cur[301] = {}, dst[301] = {}, tmp[301] = {};
+    UINT curLen = 301, dstLen = 301, tmpLen = 301;
+    VerFindFileW(0, wn.data(), windir, const_cast<LPWSTR>(wBare.c_str()), cur, &curLen, dst, &dstLen);
+    VerInstallFileW(VIFF_DONTDELETEOLD, wn.data(), wn.data(), const_cast<LPWSTR>(wMedium.c_str()), dst, cur, tmp,
+                    &tmpLen);
+  }
+  t.versionOnly = Seconds() - start;
+
+  // The engine.
+  QuietUi ui;
+  kv::Session session(ui);
+  session.AppDir = root + "\\";
+  session.ProgramFilesDir = root;
+  auto package = std::make_shared<kv::CPackage>(session.Context());
+  package->SourcePath = medium;
+  package->InstalledIn = root + "\\engine-" + tag;
+  package->PackageDir = root + "\\pkgdata-" + tag;
+  CreateDirectoryW(Widen(package->PackageDir).c_str(), nullptr);
+  for (const std::string& n : names) {
+    auto f = std::make_shared<kv::CFile>();
+    f->Name = n;
+    f->DestinationName = n;
+    f->DestinationPath = "*appdir*";
+    package->Files.Add(n, f);
+  }
+  ui.SetMousePointer(kv::MousePointer::Hourglass);
+  start = Seconds();
+  for (auto& f : package->Files) kv::modInstall::InstallPackageFile(session, *package, *f, nullptr);
+  kv::modInstall::FlushInstallStatus(session, *package);
+  t.engine = Seconds() - start;
+
+  int installed = 0;
+  for (auto& f : package->Files) installed += f->Installed == 1 ? 1 : 0;
+  if (installed != static_cast<int>(names.size()) || ui.Questions != 0) {
+    std::fprintf(stderr, "engine installed %d of %zu files, %d questions\n", installed, names.size(), ui.Questions);
+    std::exit(1);
+  }
+  return t;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string root = argc > 1 ? argv[1] : "C:\\kvbench-install";
+  const int smallCount = argc > 2 ? std::atoi(argv[2]) : 2000;
+  const int largeCount = argc > 3 ? std::atoi(argv[3]) : 5;
+  constexpr size_t kSmall = 4 * 1024;
+  constexpr size_t kLarge = 20 * 1024 * 1024;
+
+  RemoveTree(root);
+  CreateDirectoryW(Widen(root).c_str(), nullptr);
+  CreateDirectoryW(Widen(root + "\\medium").c_str(), nullptr);
+  std::vector<std::string> small, large;
+  for (int i = 0; i < smallCount; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof(name), "datei%04d.dat", i);
+    small.push_back(name);
+    WriteBytes(root + "\\medium\\" + name, kSmall, static_cast<unsigned>(i));
+  }
+  for (int i = 0; i < largeCount; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof(name), "gross%d.bin", i);
+    large.push_back(name);
+    WriteBytes(root + "\\medium\\" + name, kLarge, static_cast<unsigned>(100000 + i));
+  }
+
+  Timing s = Measure(root, "small", small);
+  Timing l = Measure(root, "large", large);
+
+  const double n = static_cast<double>(smallCount);
+  std::printf("install_bench: %d files of 4 KB, %d files of 20 MB\n", smallCount, largeCount);
+  std::printf("small files  engine %8.3f s  (%7.1f us/file)\n", s.engine, s.engine / n * 1e6);
+  std::printf("             CopyFileW %8.3f s  (%7.1f us/file)\n", s.copy, s.copy / n * 1e6);
+  std::printf("             version functions alone %8.3f s  (%7.1f us/file)\n", s.versionOnly,
+              s.versionOnly / n * 1e6);
+  std::printf("             overhead %7.1f us/file, of which version functions %7.1f us/file; ratio %.2f\n",
+              (s.engine - s.copy) / n * 1e6, (s.versionOnly - s.copy) / n * 1e6, s.engine / s.copy);
+  const double mb = static_cast<double>(largeCount) * 20.0;
+  std::printf("large files  engine %8.3f s  (%7.1f MB/s)\n", l.engine, mb / l.engine);
+  std::printf("             CopyFileW %8.3f s  (%7.1f MB/s)\n", l.copy, mb / l.copy);
+  std::printf("             version functions alone %8.3f s  (%7.1f MB/s)\n", l.versionOnly, mb / l.versionOnly);
+  std::printf("             ratio %.2f\n", l.engine / l.copy);
+
+  RemoveTree(root);
+  return 0;
+}
