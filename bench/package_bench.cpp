@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
+#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -21,14 +21,14 @@
 #include "package/CPackage.h"
 #include "package/UserInteraction.h"
 
-// Heap accounting: every allocation of the process goes through here.
+// Heap accounting for the one run that measures memory; the timed runs go
+// without it, so that the bookkeeping does not show up in the times.
 namespace {
-std::atomic<long long> gLive{0}, gPeak{0}, gCount{0};
+bool gCounting = false;
+long long gLive = 0, gPeak = 0, gCount = 0;
 void Account(void* p) {
-  long long now = gLive += static_cast<long long>(malloc_usable_size(p));
-  long long peak = gPeak.load();
-  while (now > peak && !gPeak.compare_exchange_weak(peak, now)) {
-  }
+  gLive += static_cast<long long>(malloc_usable_size(p));
+  if (gLive > gPeak) gPeak = gLive;
   ++gCount;
 }
 }  // namespace
@@ -36,12 +36,12 @@ void Account(void* p) {
 void* operator new(size_t n) {
   void* p = std::malloc(n ? n : 1);
   if (!p) throw std::bad_alloc();
-  Account(p);
+  if (gCounting) Account(p);
   return p;
 }
 void operator delete(void* p) noexcept {
   if (!p) return;
-  gLive -= static_cast<long long>(malloc_usable_size(p));
+  if (gCounting) gLive -= static_cast<long long>(malloc_usable_size(p));
   std::free(p);
 }
 void operator delete(void* p, size_t) noexcept { operator delete(p); }
@@ -96,62 +96,79 @@ void Generate(const std::string& dir, int entries) {
   std::ofstream(dir + "/status.ini", std::ios::binary) << status;
 }
 
+// Process CPU time (user + system, page faults included). The machines we
+// measure on are shared, so wall time mostly shows the neighbours; it is
+// printed too, but the per-entry figure and the ratio use CPU time.
+double CpuSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
 struct Result {
-  double load = 1e9, load2 = 1e9, save = 1e9, total = 1e9;  // seconds, best run
+  double load = 1e9, load2 = 1e9, save = 1e9, total = 1e9;  // CPU seconds, best run
+  double wall = 1e9;                                         // wall seconds, best run
   long long peakHeap = 0, allocations = 0;
   long peakRssKb = 0;
   long long files = 0;
 };
 
-double Seconds(std::chrono::steady_clock::time_point a, std::chrono::steady_clock::time_point b) {
-  return std::chrono::duration<double>(b - a).count();
-}
-
-Result Measure(const std::string& dir, int runs) {
+// One run in this (fresh) process: timed, or counting the heap.
+Result Measure(const std::string& dir, bool counting) {
   Result r;
   SilentUi ui;
   std::string title = "Kivra Setup: Benchmark";
-  for (int run = 0; run < runs; ++run) {
-    long long heapBefore = gLive.load();
+  {
+    gCounting = counting;
+    long long heapBefore = gLive;
     gPeak = heapBefore;
-    long long countBefore = gCount.load();
-    auto t0 = std::chrono::steady_clock::now();
+    long long countBefore = gCount;
+    auto wall0 = std::chrono::steady_clock::now();
+    double t0 = CpuSeconds();
     {
       kv::CPackage package(kv::UiContext{ui, title});
       package.Load(dir + "/setup.ini");
-      auto t1 = std::chrono::steady_clock::now();
+      double t1 = CpuSeconds();
       package.PackageDir = dir;
       package.Load2();
-      auto t2 = std::chrono::steady_clock::now();
+      double t2 = CpuSeconds();
       package.SaveStatus();
-      auto t3 = std::chrono::steady_clock::now();
+      double t3 = CpuSeconds();
+      double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall0).count();
       if (package.InstalledIn.empty() || package.Files.empty() || package.Files[0]->Installed != 1) {
         std::fprintf(stderr, "status was not read\n");
         std::exit(2);
       }
       r.files = static_cast<long long>(package.Files.size());
-      r.load = std::min(r.load, Seconds(t0, t1));
-      r.load2 = std::min(r.load2, Seconds(t1, t2));
-      r.save = std::min(r.save, Seconds(t2, t3));
-      r.total = std::min(r.total, Seconds(t0, t3));
+      if (!gCounting) {
+        r.load = std::min(r.load, t1 - t0);
+        r.load2 = std::min(r.load2, t2 - t1);
+        r.save = std::min(r.save, t3 - t2);
+        r.total = std::min(r.total, t3 - t0);
+        r.wall = std::min(r.wall, wall);
+      }
     }
-    r.peakHeap = std::max(r.peakHeap, gPeak.load() - heapBefore);
-    r.allocations = gCount.load() - countBefore;
+    if (gCounting) {
+      r.peakHeap = gPeak - heapBefore;
+      r.allocations = gCount - countBefore;
+    }
   }
+  gCounting = false;
   struct rusage usage {};
   getrusage(RUSAGE_SELF, &usage);
   r.peakRssKb = usage.ru_maxrss;
   return r;
 }
 
-// Runs one size in a child process; the child writes its figures to a pipe.
-Result MeasureInChild(const std::string& dir, int runs) {
+// Runs once in a child process, the way the installer meets its package: a
+// fresh process, a cold heap. The child writes its figures to a pipe.
+Result MeasureInChild(const std::string& dir, bool counting) {
   int fds[2];
   if (pipe(fds) != 0) std::exit(2);
   pid_t pid = fork();
   if (pid == 0) {
     close(fds[0]);
-    Result r = Measure(dir, runs);
+    Result r = Measure(dir, counting);
     ssize_t w = write(fds[1], &r, sizeof r);
     _exit(w == static_cast<ssize_t>(sizeof r) ? 0 : 2);
   }
@@ -176,20 +193,33 @@ int main() {
   fs::create_directories(root);
   const int sizes[] = {1000, 10000, 100000};
   double t10k = 0, t100k = 0;
-  std::printf("package_bench: Load + Load2 + SaveStatus (best of runs)\n");
-  std::printf("%8s %9s %9s %9s %9s %12s %13s %12s %12s\n", "entries", "load_ms", "load2_ms", "save_ms",
-              "total_ms", "us_per_entry", "allocs/entry", "peak_heap_MB", "peak_rss_MB");
+  std::printf("package_bench: Load + Load2 + SaveStatus, best of runs; CPU ms unless marked wall\n");
+  std::printf("%8s %9s %9s %9s %9s %9s %12s %13s %12s %12s\n", "entries", "load_ms", "load2_ms", "save_ms",
+              "total_ms", "wall_ms", "us_per_entry", "allocs/entry", "peak_heap_MB", "peak_rss_MB");
   for (int n : sizes) {
     std::string dir = (root / std::to_string(n)).string();
     fs::create_directories(dir);
     Generate(dir, n);
-    Result r = MeasureInChild(dir, n >= 100000 ? 3 : 5);
+    // Best of several fresh processes for the times, one more for the heap.
+    Result r;
+    for (int run = 0; run < (n >= 100000 ? 3 : 5); ++run) {
+      Result t = MeasureInChild(dir, false);
+      if (t.total < r.total) {
+        r.load = t.load, r.load2 = t.load2, r.save = t.save, r.total = t.total;
+      }
+      r.wall = std::min(r.wall, t.wall);
+      r.files = t.files;
+    }
+    Result heap = MeasureInChild(dir, true);
+    r.peakHeap = heap.peakHeap;
+    r.allocations = heap.allocations;
+    r.peakRssKb = heap.peakRssKb;
     if (r.files != n) {
       std::fprintf(stderr, "expected %d files, read %lld\n", n, r.files);
       return 2;
     }
-    std::printf("%8d %9.2f %9.2f %9.2f %9.2f %12.3f %13.1f %12.1f %12.1f\n", n, r.load * 1e3, r.load2 * 1e3,
-                r.save * 1e3, r.total * 1e3, r.total * 1e6 / n, static_cast<double>(r.allocations) / n,
+    std::printf("%8d %9.2f %9.2f %9.2f %9.2f %9.2f %12.3f %13.1f %12.1f %12.1f\n", n, r.load * 1e3, r.load2 * 1e3,
+                r.save * 1e3, r.total * 1e3, r.wall * 1e3, r.total * 1e6 / n, static_cast<double>(r.allocations) / n,
                 r.peakHeap / 1048576.0, r.peakRssKb / 1024.0);
     if (n == 10000) t10k = r.total;
     if (n == 100000) t100k = r.total;

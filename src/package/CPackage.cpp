@@ -14,10 +14,11 @@ namespace {
 // an empty value all count as set. Package authors rely on this.
 bool Flag(const CStructuredFileGroup& group, std::string_view key) { return group.GetValue(key, "NO") != "NO"; }
 
-// Splits at every "|"; the empty text gives no pieces at all.
-std::vector<std::string> SplitAtBar(const std::string& text) {
-  std::vector<std::string> pieces;
-  if (text.empty()) return pieces;
+// Splits at every "|" into `pieces` (reused between calls to spare the
+// allocations); the empty text gives no pieces at all.
+void SplitAtBar(const std::string& text, std::vector<std::string>& pieces) {
+  pieces.clear();
+  if (text.empty()) return;
   size_t start = 0;
   for (;;) {
     size_t bar = text.find('|', start);
@@ -25,7 +26,6 @@ std::vector<std::string> SplitAtBar(const std::string& text) {
     if (bar == std::string::npos) break;
     start = bar + 1;
   }
-  return pieces;
 }
 
 // A top-level item that must be a group when it is present; null when absent.
@@ -76,14 +76,15 @@ void CPackage::Load(const std::string& path) {
   }
 
   if (auto files = RequiredGroup(items, "files")) {
+    std::vector<std::string> names, destinations;
     for (const StructuredItemPtr& item : files->Items) {
       const CStructuredFileGroup& group = ChildGroup(item, "files");
       if (!EqualsNoCase(group.Name, "file")) continue;
       // One group may describe several files ("a.dll|b.dll") that share the
       // destination folder, the flags and the registration mode.
-      std::vector<std::string> names = SplitAtBar(group.GetValue("Name", ""));
+      SplitAtBar(group.GetValue("Name", ""), names);
       if (names.empty()) continue;
-      std::vector<std::string> destinations = SplitAtBar(group.GetValue("DestinationName", ""));
+      SplitAtBar(group.GetValue("DestinationName", ""), destinations);
       destinations.resize(names.size());
       std::string destinationPath(TrimBlanks(group.GetValue("DestinationPath", "")));
       bool shared = Flag(group, "SharedFile");
@@ -116,8 +117,10 @@ void CPackage::Load(const std::string& path) {
                               {"onfreshinstall", &OnFreshInstall},
                               {"oncompleteuninstall", &OnCompleteUninstall}};
   for (const MacroSlot& slot : macros) {
-    // The macro keeps the group itself; its commands are read when it runs.
-    if (auto group = RequiredGroup(items, slot.group)) slot.macro->SetGroup(std::move(group));
+    // The macro keeps its group; its commands are read when it runs. It gets
+    // a copy: the parsed file's items share one block of memory, which the
+    // macros would otherwise keep alive whole.
+    if (auto group = RequiredGroup(items, slot.group)) slot.macro->SetGroup(group->Clone());
   }
 
   if (auto regkeys = RequiredGroup(items, "regkeys")) {
@@ -151,12 +154,20 @@ void CPackage::Load2() {
     }
     item = items.Find("files");
     if (const CStructuredFileGroup* files = item ? (*item)->AsGroup() : nullptr) {
+      // SaveStatus writes the records in the order of Files, so the next
+      // record usually names the next file: try that before the keyed lookup
+      // (same answer, since names are unique, but no jump through memory).
+      size_t next = 0;
       for (const StructuredItemPtr& child : files->Items) {
         const CStructuredFileGroup* group = child->AsGroup();
         if (!group || !EqualsNoCase(group->Name, "file")) continue;
         std::string name = group->GetValue("Name", "");
         if (name.empty()) continue;
-        std::shared_ptr<CFile>* record = Files.Find(name);
+        std::shared_ptr<CFile>* record = nullptr;
+        if (next < Files.size() && Files.HasKeyAt(next) && EqualsNoCase(Files.KeyAt(next), name))
+          record = &Files[next++];
+        else
+          record = Files.Find(name);
         if (!record) continue;  // no longer part of the package: forgotten
         try {
           (*record)->Installed = ToInt32(group->GetValue("Installed", "0"));
@@ -186,15 +197,23 @@ void CPackage::SaveStatus() {
   auto created = root.AddGroup("CreatedPaths", false);
   for (const std::string& path : CreatedPaths) created->AddValue(path, "");  // a folder twice: 457
 
-  auto files = root.AddGroup("Files", false);
+  std::string text = file.ToText();
+  // The file list is written straight to text: as a tree it would cost a
+  // group and three values per file, several hundred bytes each, for a
+  // record whose lines are known in advance. The text is the same.
+  text.reserve(text.size() + Files.size() * 96 + 32);
+  StructuredTextWriter writer(text);
+  writer.Open("Files", false);
   for (const std::shared_ptr<CFile>& record : Files) {
-    auto group = files->AddGroup("File", true);
-    group->AddValue("Name", record->Name);
-    group->AddValue("Installed", std::to_string(record->Installed));
-    group->AddValue("InstalledIn", record->InstalledIn);
+    writer.Open("File", true);
+    writer.Value("Name", record->Name);
+    writer.Value("Installed", std::to_string(record->Installed));
+    writer.Value("InstalledIn", record->InstalledIn);
+    writer.Close("File", true);
   }
+  writer.Close("Files", false);
 
-  if (int32_t err = file.Save()) throw VbError(err, "cannot write " + file.FileName);
+  if (int32_t err = file.SaveText(text)) throw VbError(err, "cannot write " + file.FileName);
 }
 
 }  // namespace kv

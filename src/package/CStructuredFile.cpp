@@ -3,6 +3,7 @@
 #include <new>
 
 #include "package/FileIo.h"
+#include "package/NodeArena.h"
 #include "package/Text.h"
 #include "package/VbError.h"
 
@@ -25,6 +26,11 @@ std::shared_ptr<CStructuredFileGroup> AsGroupPtr(const StructuredItemPtr& item) 
   if (!item || !item->IsGroup()) return nullptr;
   return std::static_pointer_cast<CStructuredFileGroup>(item);
 }
+
+StructuredLineReader::StructuredLineReader(std::string_view text)
+    : arena(std::make_unique<ArenaRef>(NodeArena::Create())), rest_(text) {}
+
+StructuredLineReader::~StructuredLineReader() = default;
 
 bool StructuredLineReader::Next(std::string_view& line) {
   if (rest_.empty()) return false;
@@ -83,6 +89,26 @@ std::shared_ptr<CStructuredFileGroup> CStructuredFileGroup::AddGroup(std::string
   return group;
 }
 
+std::shared_ptr<CStructuredFileGroup> CStructuredFileGroup::Clone() const {
+  auto copy = std::make_shared<CStructuredFileGroup>(Name, CollectionItem);
+  copy->Items.reserve(Items.size());
+  for (size_t i = 0; i < Items.size(); ++i) {
+    const StructuredItemPtr& item = Items[i];
+    StructuredItemPtr twin;
+    if (const CStructuredFileGroup* group = item->AsGroup())
+      twin = group->Clone();
+    else
+      twin = std::make_shared<CStructuredFileProp>(item->Name, item->AsProp()->Value);
+    if (Items.HasKeyAt(i)) {
+      std::string_view key = twin->Name;
+      copy->Items.Add(key, std::move(twin));
+    } else {
+      copy->Items.Add(std::move(twin));
+    }
+  }
+  return copy;
+}
+
 // ---------------------------------------------------------------------------
 // Reading
 
@@ -119,7 +145,8 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
       if (reader.depth >= StructuredLineReader::kMaxDepth)
         throw VbError(vberr::OutOfStackSpace, "groups nested too deeply");
       bool collection = first == '[';
-      auto child = std::make_shared<CStructuredFileGroup>(std::string(TrimBlanks(line.substr(1, n - 2))), collection);
+      auto child = std::allocate_shared<CStructuredFileGroup>(ArenaAllocator<CStructuredFileGroup>(*reader.arena),
+                                                              std::string(TrimBlanks(line.substr(1, n - 2))), collection);
       if (collection)
         Items.Add(child);
       else
@@ -133,36 +160,59 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
     size_t eq = line.find('=');
     std::string_view name = eq == std::string_view::npos ? line : TrimTrailingBlanks(line.substr(0, eq));
     std::string_view value = eq == std::string_view::npos ? std::string_view() : line.substr(eq + 1);
-    auto prop = std::make_shared<CStructuredFileProp>(std::string(name), std::string(value));
-    Items.Add(name, std::move(prop));
+    auto prop = std::allocate_shared<CStructuredFileProp>(ArenaAllocator<CStructuredFileProp>(*reader.arena),
+                                                          std::string(name), std::string(value));
+    std::string_view key = prop->Name;  // taken before the pointer is moved away
+    Items.Add(key, std::move(prop));
   }
 }
 
 // ---------------------------------------------------------------------------
 // Writing
 
+void StructuredTextWriter::Indent() { out_.append(static_cast<size_t>(indent_), ' '); }
+
+void StructuredTextWriter::Value(std::string_view name, std::string_view value) {
+  Indent();
+  out_ += name;
+  // A value line without "=" reads back with an empty value.
+  if (!value.empty()) {
+    out_ += '=';
+    out_ += value;
+  }
+  out_ += "\r\n";
+}
+
+void StructuredTextWriter::Open(std::string_view name, bool collectionItem) {
+  Indent();
+  out_ += collectionItem ? '[' : '<';
+  out_ += name;
+  out_ += collectionItem ? "]\r\n" : ">\r\n";
+  ++indent_;
+}
+
+void StructuredTextWriter::Close(std::string_view name, bool collectionItem) {
+  --indent_;
+  Indent();
+  out_ += collectionItem ? "[/" : "</";
+  out_ += name;
+  out_ += collectionItem ? "]\r\n" : ">\r\n";
+}
+
 void CStructuredFileGroup::Save(std::string& out, int indent) const {
+  StructuredTextWriter writer(out, indent);
+  Save(writer);
+}
+
+void CStructuredFileGroup::Save(StructuredTextWriter& writer) const {
   for (const StructuredItemPtr& item : Items) {
-    out.append(static_cast<size_t>(indent), ' ');
     if (const CStructuredFileGroup* group = item->AsGroup()) {
-      const bool collection = group->CollectionItem;
-      out += collection ? '[' : '<';
-      out += group->Name;
-      out += collection ? "]\r\n" : ">\r\n";
-      group->Save(out, indent + 1);
-      out.append(static_cast<size_t>(indent), ' ');
-      out += collection ? "[/" : "</";
-      out += group->Name;
-      out += collection ? "]\r\n" : ">\r\n";
+      writer.Open(group->Name, group->CollectionItem);
+      group->Save(writer);
+      writer.Close(group->Name, group->CollectionItem);
     } else {
       const CStructuredFileProp& prop = *item->AsProp();
-      out += prop.Name;
-      // A value line without "=" reads back with an empty value.
-      if (!prop.Value.empty()) {
-        out += '=';
-        out += prop.Value;
-      }
-      out += "\r\n";
+      writer.Value(prop.Name, prop.Value);
     }
   }
 }
@@ -190,9 +240,8 @@ int32_t CStructuredFile::LoadSilently() {
   root_ = std::make_shared<CStructuredFileGroup>();
   std::string text;
   try {
-    std::string bytes;
-    if (int32_t err = fileio::ReadWholeFile(FileName, bytes)) return err;
-    text = AnsiToUtf8(bytes);
+    if (int32_t err = fileio::ReadWholeFile(FileName, text)) return err;
+    if (!IsAscii(text)) text = AnsiToUtf8(text);
   } catch (const std::bad_alloc&) {
     return vberr::OutOfMemory;
   } catch (const VbError& e) {
@@ -225,10 +274,13 @@ std::string CStructuredFile::ToText() const {
   return out;
 }
 
-int32_t CStructuredFile::SaveSilently() {
+namespace {
+
+int32_t WriteText(const std::string& fileName, std::string_view utf8) {
   try {
-    std::string bytes = Utf8ToAnsi(ToText());
-    return fileio::ReplaceWholeFile(FileName, bytes);
+    if (IsAscii(utf8)) return fileio::ReplaceWholeFile(fileName, utf8);  // same bytes either way
+    std::string bytes = Utf8ToAnsi(utf8);
+    return fileio::ReplaceWholeFile(fileName, bytes);
   } catch (const std::bad_alloc&) {
     return vberr::OutOfMemory;
   } catch (const VbError& e) {
@@ -236,8 +288,29 @@ int32_t CStructuredFile::SaveSilently() {
   }
 }
 
+}  // namespace
+
+int32_t CStructuredFile::SaveSilently() {
+  try {
+    return WriteText(FileName, ToText());
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  }
+}
+
 int32_t CStructuredFile::Save() {
-  int32_t err = SaveSilently();
+  std::string text;
+  try {
+    text = ToText();
+  } catch (const std::bad_alloc&) {
+    return ReportSaveFailure(vberr::OutOfMemory);  // the old file stays untouched
+  }
+  return SaveText(text);
+}
+
+int32_t CStructuredFile::SaveText(std::string_view utf8) { return ReportSaveFailure(WriteText(FileName, utf8)); }
+
+int32_t CStructuredFile::ReportSaveFailure(int32_t err) {
   if (err != 0) {
     MessageBoxRequest box;
     box.text = "Beim Speichern der Datei " + FileName + " ist ein Fehler aufgetreten.";

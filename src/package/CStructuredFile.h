@@ -49,7 +49,11 @@ class CStructuredFileItem {
 };
 
 using StructuredItemPtr = std::shared_ptr<CStructuredFileItem>;
-using StructuredItems = KeyedCollection<StructuredItemPtr>;
+// An item's key is its Name.
+struct StructuredItemName {
+  std::string_view operator()(const StructuredItemPtr& item) const { return item->Name; }
+};
+using StructuredItems = KeyedCollection<StructuredItemPtr, StructuredItemName>;
 
 // The shared_ptr view of a group item (shares ownership); null for a value.
 std::shared_ptr<CStructuredFileGroup> AsGroupPtr(const StructuredItemPtr& item);
@@ -66,9 +70,14 @@ class CStructuredFileProp final : public CStructuredFileItem {
 
 // Hands out the lines of a decoded file one at a time (CR LF, LF or CR end a
 // line) and keeps the nesting depth the reader has reached.
+class ArenaRef;
+
 class StructuredLineReader {
  public:
-  explicit StructuredLineReader(std::string_view text) : rest_(text) {}
+  explicit StructuredLineReader(std::string_view text);
+  ~StructuredLineReader();
+  StructuredLineReader(const StructuredLineReader&) = delete;
+  StructuredLineReader& operator=(const StructuredLineReader&) = delete;
   // The next raw line (line end removed); false at the end of the text.
   bool Next(std::string_view& line);
 
@@ -76,9 +85,30 @@ class StructuredLineReader {
   // refused with OutOfStackSpace (28) instead of overrunning the stack.
   static constexpr int kMaxDepth = 200;
   int depth = 0;
+  // Where the items read from this text are placed (see NodeArena.h).
+  std::unique_ptr<ArenaRef> arena;
 
  private:
   std::string_view rest_;
+};
+
+// Produces the text form line by line (CR LF, one blank of indent per level).
+// Groups write themselves through it; so do writers of very large files that
+// would rather not build a tree first.
+class StructuredTextWriter {
+ public:
+  explicit StructuredTextWriter(std::string& out, int indent = 0) : out_(out), indent_(indent) {}
+  // "name=value", or the bare name when the value is empty.
+  void Value(std::string_view name, std::string_view value);
+  // The opening line; the group's items follow one level deeper.
+  void Open(std::string_view name, bool collectionItem);
+  // The closing line of the group opened last.
+  void Close(std::string_view name, bool collectionItem);
+
+ private:
+  void Indent();
+  std::string& out_;
+  int indent_;
 };
 
 // A group of items: the root of a file, a named group or a collection item.
@@ -110,11 +140,15 @@ class CStructuredFileGroup final : public CStructuredFileItem {
   CStructuredFileProp& AddValue(std::string name, std::string value);
   std::shared_ptr<CStructuredFileGroup> AddGroup(std::string name, bool collectionItem);
 
+  // A deep copy that shares nothing with this group.
+  std::shared_ptr<CStructuredFileGroup> Clone() const;
+
   // Reads lines into this group until its closing line or the end of the
   // text. Throws VbError; what was read before the error stays in the tree.
   void Parse(StructuredLineReader& reader);
   // Appends this group's items as UTF-8 lines (CR LF) at the given indent.
   void Save(std::string& out, int indent) const;
+  void Save(StructuredTextWriter& writer) const;
 };
 
 // One structured file on disk.
@@ -144,6 +178,9 @@ class CStructuredFile {
   // the old file then stays as it was. Returns 0 or the reported number.
   int32_t Save();
   int32_t SaveSilently();
+  // Writes `utf8` (text in this format) in place of the tree, with the same
+  // replacement and report as Save.
+  int32_t SaveText(std::string_view utf8);
 
   // The text Save writes, before the conversion to the ANSI code page.
   std::string ToText() const;
@@ -153,6 +190,8 @@ class CStructuredFile {
   const std::shared_ptr<CStructuredFileGroup>& Root() const { return root_; }
 
  private:
+  int32_t ReportSaveFailure(int32_t err);
+
   UiContext context_;
   std::shared_ptr<CStructuredFileGroup> root_;
 };

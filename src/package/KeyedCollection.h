@@ -9,9 +9,12 @@
 // are searched linearly; a hash index is built once a collection grows past a
 // few entries, so that the file list of a large package stays O(1) per lookup.
 #include <cstddef>
+#include <compare>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,48 +23,83 @@
 
 namespace kv {
 
-template <class T>
+//
+// KeyOf: void (the collection keeps a copy of each key), or a function object
+// that returns the key of a value. With KeyOf the key is the value's own name
+// (Add checks that) and no copy is kept: the structured file's groups hold
+// hundreds of thousands of items, and the copies would double their size.
+// Renaming a value inside such a collection makes it unreachable by key.
+template <class T, class KeyOf = void>
 class KeyedCollection {
+  static constexpr bool kStoresKey = std::is_void_v<KeyOf>;
+  struct NoKey {};
+  struct Entry {
+    T value;
+    uint32_t hash;
+    bool keyed;
+    [[no_unique_address]] std::conditional_t<kStoresKey, std::string, NoKey> key;
+  };
+
+  // Walks the entries but shows only their values.
+  template <class EntryIt, class V>
+  class ValueIterator {
+   public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = T;
+    using difference_type = std::ptrdiff_t;
+    using pointer = V*;
+    using reference = V&;
+    ValueIterator() = default;
+    explicit ValueIterator(EntryIt it) : it_(it) {}
+    reference operator*() const { return it_->value; }
+    pointer operator->() const { return &it_->value; }
+    reference operator[](difference_type n) const { return it_[n].value; }
+    ValueIterator& operator++() { ++it_; return *this; }
+    ValueIterator operator++(int) { return ValueIterator(it_++); }
+    ValueIterator& operator--() { --it_; return *this; }
+    ValueIterator operator--(int) { return ValueIterator(it_--); }
+    ValueIterator& operator+=(difference_type n) { it_ += n; return *this; }
+    ValueIterator& operator-=(difference_type n) { it_ -= n; return *this; }
+    friend ValueIterator operator+(ValueIterator a, difference_type n) { return a += n; }
+    friend ValueIterator operator+(difference_type n, ValueIterator a) { return a += n; }
+    friend ValueIterator operator-(ValueIterator a, difference_type n) { return a -= n; }
+    friend difference_type operator-(const ValueIterator& a, const ValueIterator& b) { return a.it_ - b.it_; }
+    friend bool operator==(const ValueIterator& a, const ValueIterator& b) { return a.it_ == b.it_; }
+    friend auto operator<=>(const ValueIterator& a, const ValueIterator& b) { return a.it_ <=> b.it_; }
+
+   private:
+    EntryIt it_{};
+  };
+
  public:
   using value_type = T;
-  using iterator = typename std::vector<T>::iterator;
-  using const_iterator = typename std::vector<T>::const_iterator;
+  using iterator = ValueIterator<typename std::vector<Entry>::iterator, T>;
+  using const_iterator = ValueIterator<typename std::vector<Entry>::const_iterator, const T>;
 
   // Appends `value` under `key`; throws VbError(457) if the key is taken.
   void Add(std::string_view key, T value) {
-    uint64_t hash = HashNoCase(key);
+    uint32_t hash = Hash(key);
     if (FindIndex(key, hash) != npos) throw VbError(vberr::DuplicateKey, "duplicate key: " + std::string(key));
-    values_.push_back(std::move(value));
-    try {
-      keys_.push_back(Key{std::string(key), hash, true});
-    } catch (...) {
-      values_.pop_back();
-      throw;
+    if constexpr (kStoresKey) {
+      Append(Entry{std::move(value), hash, true, std::string(key)});
+    } else {
+      if (KeyOf{}(value) != key) throw VbError(vberr::InvalidProcedureCall, "key is not the item's name");
+      Append(Entry{std::move(value), hash, true, {}});
     }
-    IndexNewEntry();
   }
   // Appends `value` without a key.
-  void Add(T value) {
-    values_.push_back(std::move(value));
-    try {
-      keys_.push_back(Key{std::string(), 0, false});
-    } catch (...) {
-      values_.pop_back();
-      throw;
-    }
-    IndexNewEntry();
-  }
+  void Add(T value) { Append(Entry{std::move(value), 0, false, {}}); }
 
   // The entry under `key`, or null.
   T* Find(std::string_view key) {
-    size_t i = FindIndex(key, HashNoCase(key));
-    return i == npos ? nullptr : &values_[i];
+    size_t i = FindIndex(key, Hash(key));
+    return i == npos ? nullptr : &entries_[i].value;
   }
   const T* Find(std::string_view key) const {
-    size_t i = FindIndex(key, HashNoCase(key));
-    return i == npos ? nullptr : &values_[i];
+    size_t i = FindIndex(key, Hash(key));
+    return i == npos ? nullptr : &entries_[i].value;
   }
-  bool Contains(std::string_view key) const { return FindIndex(key, HashNoCase(key)) != npos; }
+  bool Contains(std::string_view key) const { return FindIndex(key, Hash(key)) != npos; }
   // The entry under `key`; throws VbError(5) when there is none, as a keyed
   // lookup of a missing key does.
   T& Item(std::string_view key) {
@@ -73,95 +111,106 @@ class KeyedCollection {
 
   // Removes the entry under `key`; false when there is none.
   bool Remove(std::string_view key) {
-    size_t i = FindIndex(key, HashNoCase(key));
+    size_t i = FindIndex(key, Hash(key));
     if (i == npos) return false;
     RemoveAt(i);
     return true;
   }
   // Removes the entry at 0-based position i (i < size()).
   void RemoveAt(size_t i) {
-    values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(i));
-    keys_.erase(keys_.begin() + static_cast<std::ptrdiff_t>(i));
+    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
     RebuildIndex();
   }
   void Clear() {
-    values_.clear();
-    keys_.clear();
+    entries_.clear();
     table_.clear();
   }
+  // Room for n entries without reallocation.
+  void reserve(size_t n) { entries_.reserve(n); }
 
-  size_t size() const { return values_.size(); }
-  bool empty() const { return values_.empty(); }
+  size_t size() const { return entries_.size(); }
+  bool empty() const { return entries_.empty(); }
   // 0-based positional access in collection order.
-  T& operator[](size_t i) { return values_[i]; }
-  const T& operator[](size_t i) const { return values_[i]; }
+  T& operator[](size_t i) { return entries_[i].value; }
+  const T& operator[](size_t i) const { return entries_[i].value; }
   // The key of the entry at position i, and whether it has one.
-  const std::string& KeyAt(size_t i) const { return keys_[i].text; }
-  bool HasKeyAt(size_t i) const { return keys_[i].keyed; }
+  std::string_view KeyAt(size_t i) const { return entries_[i].keyed ? KeyOfEntry(entries_[i]) : std::string_view(); }
+  bool HasKeyAt(size_t i) const { return entries_[i].keyed; }
 
-  iterator begin() { return values_.begin(); }
-  iterator end() { return values_.end(); }
-  const_iterator begin() const { return values_.begin(); }
-  const_iterator end() const { return values_.end(); }
+  iterator begin() { return iterator(entries_.begin()); }
+  iterator end() { return iterator(entries_.end()); }
+  const_iterator begin() const { return const_iterator(entries_.begin()); }
+  const_iterator end() const { return const_iterator(entries_.end()); }
 
  private:
   static constexpr size_t npos = static_cast<size_t>(-1);
   static constexpr size_t kLinearLimit = 8;
 
-  struct Key {
-    std::string text;
-    uint64_t hash;
-    bool keyed;
-  };
+  static uint32_t Hash(std::string_view key) { return static_cast<uint32_t>(HashNoCase(key)); }
 
-  size_t FindIndex(std::string_view key, uint64_t hash) const {
+  static std::string_view KeyOfEntry(const Entry& e) {
+    if constexpr (kStoresKey)
+      return e.key;
+    else
+      return KeyOf{}(e.value);
+  }
+
+  size_t FindIndex(std::string_view key, uint32_t hash) const {
     if (table_.empty()) {
-      for (size_t i = 0; i < keys_.size(); ++i)
-        if (keys_[i].keyed && keys_[i].hash == hash && EqualsNoCase(keys_[i].text, key)) return i;
+      for (size_t i = 0; i < entries_.size(); ++i) {
+        const Entry& e = entries_[i];
+        if (e.keyed && e.hash == hash && EqualsNoCase(KeyOfEntry(e), key)) return i;
+      }
       return npos;
     }
     size_t mask = table_.size() - 1;
-    for (size_t slot = static_cast<size_t>(hash) & mask;; slot = (slot + 1) & mask) {
-      uint32_t e = table_[slot];
-      if (e == 0) return npos;
-      const Key& k = keys_[e - 1];
-      if (k.hash == hash && EqualsNoCase(k.text, key)) return e - 1;
+    for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+      const Slot& t = table_[slot];
+      if (t.index == 0) return npos;
+      // The hash sits in the slot, so a probe that misses touches no entry.
+      if (t.hash == hash && EqualsNoCase(KeyOfEntry(entries_[t.index - 1]), key)) return t.index - 1;
     }
   }
 
-  // Called after an entry was appended to keys_/values_.
-  void IndexNewEntry() {
+  void Append(Entry&& entry) {
+    // Most groups hold a few values: one allocation for the first four.
+    if (entries_.capacity() == 0) entries_.reserve(4);
+    entries_.push_back(std::move(entry));
     if (table_.empty()) {
-      if (keys_.size() > kLinearLimit) RebuildIndex();
-      return;
-    }
-    if ((keys_.size() + 1) * 2 > table_.size()) {
+      if (entries_.size() > kLinearLimit) RebuildIndex();
+    } else if ((entries_.size() + 1) * 2 > table_.size()) {
       RebuildIndex();
-      return;
+    } else if (entries_.back().keyed) {
+      Insert(entries_.size() - 1);
     }
-    if (keys_.back().keyed) Insert(keys_.size() - 1);
   }
 
   void RebuildIndex() {
     table_.clear();
-    if (keys_.size() <= kLinearLimit) return;
+    if (entries_.size() <= kLinearLimit) return;
     size_t cap = 16;
-    while (cap < keys_.size() * 2 + 2) cap *= 2;
-    table_.assign(cap, 0);
-    for (size_t i = 0; i < keys_.size(); ++i)
-      if (keys_[i].keyed) Insert(i);
+    while (cap < entries_.size() * 2 + 2) cap *= 2;
+    table_.assign(cap, Slot{});
+    for (size_t i = 0; i < entries_.size(); ++i)
+      if (entries_[i].keyed) Insert(i);
   }
 
   void Insert(size_t i) {
     size_t mask = table_.size() - 1;
-    size_t slot = static_cast<size_t>(keys_[i].hash) & mask;
-    while (table_[slot] != 0) slot = (slot + 1) & mask;
-    table_[slot] = static_cast<uint32_t>(i + 1);
+    size_t slot = entries_[i].hash & mask;
+    while (table_[slot].index != 0) slot = (slot + 1) & mask;
+    table_[slot] = Slot{entries_[i].hash, static_cast<uint32_t>(i + 1)};
   }
 
-  std::vector<T> values_;
-  std::vector<Key> keys_;
-  std::vector<uint32_t> table_;  // open addressing: entry index + 1, 0 = free
+  // Open addressing with linear probing; index is the entry's position + 1,
+  // 0 marks a free slot.
+  struct Slot {
+    uint32_t hash = 0;
+    uint32_t index = 0;
+  };
+
+  std::vector<Entry> entries_;
+  std::vector<Slot> table_;
 };
 
 }  // namespace kv

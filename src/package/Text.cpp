@@ -113,13 +113,13 @@ constexpr char16_t kCp1252High[32] = {
   return '?';
 }
 
+}  // namespace
+
 bool IsAscii(std::string_view s) {
   for (char c : s)
     if (static_cast<unsigned char>(c) >= 0x80) return false;
   return true;
 }
-
-}  // namespace
 
 std::string AnsiToUtf8(std::string_view ansi) {
   if (IsAscii(ansi)) return std::string(ansi);
@@ -132,14 +132,15 @@ std::string AnsiToUtf8(std::string_view ansi) {
 #else
   std::string out;
   out.reserve(ansi.size() + ansi.size() / 8);
-  for (char ch : ansi) {
-    unsigned char b = static_cast<unsigned char>(ch);
-    if (b < 0x80)
-      out += ch;
-    else if (b < 0xA0)
-      EncodeUtf8(kCp1252High[b - 0x80], out);
-    else
-      EncodeUtf8(b, out);
+  size_t i = 0;
+  while (i < ansi.size()) {
+    size_t run = i;
+    while (run < ansi.size() && static_cast<unsigned char>(ansi[run]) < 0x80) ++run;
+    out.append(ansi.data() + i, run - i);  // plain ASCII goes across in bulk
+    if (run == ansi.size()) break;
+    unsigned char b = static_cast<unsigned char>(ansi[run]);
+    EncodeUtf8(b < 0xA0 ? kCp1252High[b - 0x80] : b, out);
+    i = run + 1;
   }
   return out;
 #endif
@@ -157,13 +158,13 @@ std::string Utf8ToAnsi(std::string_view utf8) {
 #else
   std::string out;
   out.reserve(utf8.size());
-  for (size_t i = 0; i < utf8.size();) {
-    unsigned char b = static_cast<unsigned char>(utf8[i]);
-    if (b < 0x80) {
-      out += static_cast<char>(b);
-      ++i;
-      continue;
-    }
+  size_t i = 0;
+  while (i < utf8.size()) {
+    size_t run = i;
+    while (run < utf8.size() && static_cast<unsigned char>(utf8[run]) < 0x80) ++run;
+    out.append(utf8.data() + i, run - i);
+    if (run == utf8.size()) break;
+    i = run;
     out += EncodeCp1252(DecodeUtf8(utf8, i));
   }
   return out;

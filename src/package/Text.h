@@ -17,6 +17,9 @@ namespace kv {
 std::string AnsiToUtf8(std::string_view ansi);
 std::string Utf8ToAnsi(std::string_view utf8);
 
+// Whether every byte is below 0x80 (then ANSI and UTF-8 are the same text).
+bool IsAscii(std::string_view text);
+
 // UTF-8 <-> wide strings (UTF-16 on Windows, UTF-32 elsewhere). Malformed
 // input becomes U+FFFD.
 std::wstring Utf8ToWide(std::string_view utf8);

@@ -1,7 +1,7 @@
 #pragma once
-// Run-time errors with the classic BASIC numbers. Where the documented
-// behaviour says a failure "is passed to the caller", it travels as a VbError;
-// routines documented to ignore errors catch it where they stand.
+// Run-time errors with the classic BASIC numbers. A failure that a routine
+// passes on to its caller travels as a VbError; routines that ignore errors
+// catch it where they stand.
 #include <cstdint>
 #include <stdexcept>
 #include <string>

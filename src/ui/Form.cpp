@@ -50,7 +50,9 @@ bool Form::Create(HWND owner, bool withSideBar) {
   std::wstring cls = std::wstring(KV_FORM_CLASS_PREFIX) + className_;
   SIZE size = DesignSize();
   RECT rc{0, 0, S(size.cx), S(size.cy)};
-  const DWORD style = WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN;
+  // No WS_CLIPCHILDREN: group boxes are transparent and need the page's
+  // background painted beneath them.
+  const DWORD style = WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
   const DWORD exStyle = WS_EX_CONTROLPARENT | (owner ? WS_EX_DLGMODALFRAME : WS_EX_APPWINDOW);
   AdjustWindowRectEx(&rc, style, FALSE, exStyle);
   hwnd_ = CreateWindowExW(exStyle, cls.c_str(), L"", style, CW_USEDEFAULT, CW_USEDEFAULT, rc.right - rc.left,
@@ -80,6 +82,7 @@ HFONT Form::FontFor(FontKind kind) const {
   switch (kind) {
     case FontKind::Bold: return BoldFont(dpi_);
     case FontKind::Title: return TitleFont(dpi_);
+    case FontKind::Small: return SmallFont(dpi_);
     default: return NormalFont(dpi_);
   }
 }
@@ -132,9 +135,9 @@ HWND Form::Option(int id, const std::string& text, int x, int y, int w, int h, b
                    S(h), FontFor(FontKind::Normal));
 }
 
-HWND Form::Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle) {
-  return MakeChild(hwnd_, id, L"EDIT", text, WS_TABSTOP | extraStyle, S(x), S(y), S(w), S(h),
-                   FontFor(FontKind::Normal), WS_EX_CLIENTEDGE);
+HWND Form::Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle, FontKind font) {
+  return MakeChild(hwnd_, id, L"EDIT", text, WS_TABSTOP | extraStyle, S(x), S(y), S(w), S(h), FontFor(font),
+                   WS_EX_CLIENTEDGE);
 }
 
 HWND Form::Frame(int id, const std::string& text, int x, int y, int w, int h) {

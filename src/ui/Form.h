@@ -29,7 +29,7 @@ struct Layout {
   static constexpr int kButtonY = kHeight - 37;
 };
 
-enum class FontKind { Normal, Bold, Title };
+enum class FontKind { Normal, Bold, Title, Small };
 
 class Form {
  public:
@@ -70,7 +70,8 @@ class Form {
   HWND Button(int id, const std::string& text, int x, int y, int w, int h, bool isDefault = false);
   HWND CheckBox(int id, const std::string& text, int x, int y, int w, int h);
   HWND Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup);
-  HWND Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle = 0);
+  HWND Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle = 0,
+            FontKind font = FontKind::Normal);
   HWND Frame(int id, const std::string& text, int x, int y, int w, int h);
   // The etched separator above the button row (dLine dark, bLine light).
   void SeparatorLines(int y, int x0, int x1);

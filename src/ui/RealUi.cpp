@@ -148,6 +148,7 @@ void RealUi::ApplyIcon(HWND hwnd) {
     if (reinterpret_cast<UINT_PTR>(icon) <= 1) icon = nullptr;
   }
   if (!icon) icon = CopyIcon(LoadIconW(instance_, MAKEINTRESOURCEW(1)));
+  if (!icon) icon = CopyIcon(LoadIconW(nullptr, IDI_APPLICATION));
   if (session_) session_->WindowIcon = reinterpret_cast<std::uintptr_t>(icon);
   if (icon) {
     SendMessageW(hwnd, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));

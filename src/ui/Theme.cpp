@@ -76,6 +76,7 @@ std::wstring MessageFontFace() {
 HFONT NormalFont(int dpi) { return MakeFont(dpi, 9, false); }
 HFONT BoldFont(int dpi) { return MakeFont(dpi, 9, true); }
 HFONT TitleFont(int dpi) { return MakeFont(dpi, 12, true); }
+HFONT SmallFont(int dpi) { return MakeFont(dpi, 8, false); }
 
 void ReleaseFonts() {
   for (auto& [key, font] : FontCache()) DeleteObject(font);

@@ -18,6 +18,8 @@ std::wstring MessageFontFace();
 HFONT NormalFont(int dpi);
 HFONT BoldFont(int dpi);
 HFONT TitleFont(int dpi);
+// 8 pt, for long texts such as the licence.
+HFONT SmallFont(int dpi);
 void ReleaseFonts();
 
 }  // namespace kv::ui

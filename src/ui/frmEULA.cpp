@@ -27,7 +27,7 @@ void frmEULA::OnLoad() {
   int y = FlowLabel(ids::frmEULA_Label1, "Endbenutzer-Lizenzvertrag (EULA)", x, 18, w, FontKind::Title, 10);
   const int boxBottom = Layout::kLineY - 54;
   Edit(ids::frmEULA_txtEULA, ToEditLineBreaks(frmEULA_Form_Load(session_)), x, y, w, boxBottom - y,
-       ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL);
+       ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL, FontKind::Small);
   FlowLabel(ids::frmEULA_Label2, "Stimmen Sie diesem Vertrag und allen darin genannten Bedingungen zu?", x,
             boxBottom + 10, w, FontKind::Bold);
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);

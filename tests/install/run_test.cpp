@@ -151,8 +151,7 @@ TEST_F(InstallRun, InstalledFilesAreLeftAloneButRegistrationAndMacrosRun) {
     f->Installed = 1;
     f->InstalledIn = App;
   }
-  CreateDirectoryW(win::Widen(App).c_str(), nullptr);
-  CreateDirectoryW(win::Widen(App + "\\Daten").c_str(), nullptr);
+  Scratch.MakeFolder("Programme\\Testprogramm\\Daten");
   Scratch.WriteFile("Programme\\Testprogramm\\hilfe.txt", "VORHANDEN");
   DeleteFileW(win::Widen(Medium + "\\prog.exe").c_str());  // would ask if it were looked for
   RunInstall();
@@ -271,10 +270,22 @@ bool SamePath(const std::wstring& entry, const std::string& path) {
   return EqualsNoCase(e, path);
 }
 
-TEST_F(InstallRun, FileInUseIsReplacedAtRestartDeletionFirst) {
-  MakePackage();
-  CreateDirectoryW(win::Widen(App).c_str(), nullptr);
-  const std::string target = Scratch.WriteFile("Programme\\Testprogramm\\hilfe.txt", "ALT");
+// A running program's file: the medium carries version 2, the disk holds
+// version 1 and keeps it open.
+class InUseRun : public InstallRun {
+ protected:
+  void SetUp() override {
+    MakePackage();
+    Scratch.MakeFolder("Programme\\Testprogramm");
+    MakeVersionedFile(Medium + "\\prog.exe", {2, 0, 0, 0});
+    MakeVersionedFile(target, {1, 0, 0, 0});
+    oldBytes = ReadFileBytes(target);
+  }
+  const std::string target = App + "\\prog.exe";
+  std::string oldBytes;
+};
+
+TEST_F(InUseRun, FileInUseIsReplacedAtRestartDeletionFirst) {
   SessionManagerKey sessionManager;
   ASSERT_TRUE(sessionManager.IsOpen());
   {
@@ -284,14 +295,12 @@ TEST_F(InstallRun, FileInUseIsReplacedAtRestartDeletionFirst) {
   }
   EXPECT_TRUE(ui.Boxes().empty());
   EXPECT_TRUE(session.RestartRequired);
-  EXPECT_EQ(ReadFileBytes(target), "ALT");
-  EXPECT_EQ(File("hilfe.txt").Installed, 1);
+  EXPECT_EQ(ReadFileBytes(target), oldBytes);
+  EXPECT_EQ(File("prog.exe").Installed, 1);
 
   // The new file waits beside the old one under a free name.
-  std::string temporary;
-  for (const std::string& name : ListFolder(App))
-    if (name != "hilfe.txt" && ReadFileBytes(App + "\\" + name) == "HILFE") temporary = App + "\\" + name;
-  ASSERT_FALSE(temporary.empty());
+  const std::string temporary = App + "\\prog (1).exe";
+  EXPECT_EQ(ReadFileBytes(temporary), ReadFileBytes(Medium + "\\prog.exe"));
 
   std::vector<std::wstring> entries = sessionManager.Entries();
   sessionManager.ForgetBelow(Scratch.Path());
@@ -304,22 +313,14 @@ TEST_F(InstallRun, FileInUseIsReplacedAtRestartDeletionFirst) {
   EXPECT_TRUE(SamePath(entries[n - 1], target)) << win::Narrow(entries[n - 1]);
 }
 
-TEST_F(InstallRun, CancelledRunLeavesNoTemporaryCopyBehind) {
-  MakePackage();
-  CreateDirectoryW(win::Widen(App).c_str(), nullptr);
-  const std::string target = Scratch.WriteFile("Programme\\Testprogramm\\hilfe.txt", "ALT");
+TEST_F(InUseRun, CancelledRunLeavesNoTemporaryCopyBehind) {
   {
     HeldOpen running(target);
-    int files = 0;
-    ui.OnDoEvents = [&] {
-      if (++files == 2) session.Cancelled = true;  // after hilfe.txt
-    };
+    ui.OnDoEvents = [this] { session.Cancelled = true; };  // right after prog.exe
     RunInstall();
   }
   EXPECT_FALSE(session.RestartRequired);
-  std::vector<std::string> names = ListFolder(App);
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (std::vector<std::string>{"hilfe.txt", "prog.exe"}));
+  EXPECT_EQ(ListFolder(App), std::vector<std::string>{"prog.exe"});
 }
 
 // --- repair -----------------------------------------------------------------

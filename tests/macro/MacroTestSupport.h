@@ -15,7 +15,7 @@ namespace kv::test {
 
 class MacroTest : public InstallFixture {
  protected:
-  MacroTest() { CreateDirectoryW(win::Widen(App).c_str(), nullptr); }
+  MacroTest() { Scratch.MakeFolder("Programme\\Testprogramm"); }
 
   // `body` is the inside of a macro group, lines separated by "\n".
   std::shared_ptr<CStructuredFileGroup> Parse(const std::string& body) {

@@ -154,11 +154,15 @@ TEST_F(KvpackBuild, RefusesToReplaceThePackageItself) {
 TEST_F(KvpackBuild, FindsTheInstallerBelowASearchRoot) {
   BuildOptions o = Options();
   o.installerDir.reset();
-  fs::create_directories(os::ToPath(dir.Sub("tree/src/app/setup")));
-  fs::rename(os::ToPath(dir.Sub("installer")), os::ToPath(dir.Sub("tree/src/app/both")));
-  o.installerSearch = {dir.Sub("nowhere"), dir.Sub("tree")};
+  // As the windows build lays them out: each program in a folder of its own.
+  test::WriteBytes(dir.Sub("tree/src/app/setup/setup.exe"), "MZ setup stand-in");
+  test::WriteBytes(dir.Sub("tree/src/app/kvsetup/KVSetup.exe"), "MZ installer stand-in");
+  // A root with only one of the two is passed over.
+  test::WriteBytes(dir.Sub("half/setup.exe"), "MZ wrong");
+  o.installerSearch = {dir.Sub("nowhere"), dir.Sub("half"), dir.Sub("tree")};
   ASSERT_EQ(Build(o), 0) << err.str();
   EXPECT_EQ(test::ReadBytes(dir.Sub("out/medium/setup.exe")), "MZ setup stand-in");
+  EXPECT_EQ(test::ReadBytes(dir.Sub("out/medium/KVSetup.exe")), "MZ installer stand-in");
 }
 
 }  // namespace

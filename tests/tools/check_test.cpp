@@ -346,6 +346,24 @@ TEST(KvpackCheck, AnsiTextIsReadAsTheInstallerReadsIt) {
   EXPECT_TRUE(Has(r, 11, Severity::Error, "'änderung.TXT' is listed twice (also on line 8)"));
 }
 
+TEST(KvpackCheck, Utf8TextIsCaught) {
+  ScratchFolder dir;
+  // With a byte order mark the first line is no longer "<header>".
+  Result r = Check(dir, "\xEF\xBB\xBF" + std::string(kHeader));
+  EXPECT_TRUE(Has(r, 1, Severity::Error, "byte order mark"));
+  EXPECT_EQ(r.exitNormal, 1);
+
+  // Without one it loads, but the umlauts come out wrong.
+  r = Check(dir, std::string(kHeader) +
+                     "<files>\n"                      // 6
+                     " [file]\n"                      // 7
+                     "  Name=\xC3\xBC" "bersicht.txt\n"  // 8 "übersicht.txt" in UTF-8
+                     " [/file]\n"
+                     "</files>\n");
+  EXPECT_TRUE(Has(r, 8, Severity::Warning, "shows '\xC3\x83\xC2\xBC' for '\xC3\xBC'"));
+  EXPECT_EQ(r.list.size(), 1u) << Dump(r.list);
+}
+
 TEST(KvpackMediumPath, NamesMapIntoTheMediumOrAreRefused) {
   EXPECT_EQ(MediumRelativePath("a.dll"), "a.dll");
   EXPECT_EQ(MediumRelativePath("bin\\sub/a.dll"), "bin/sub/a.dll");

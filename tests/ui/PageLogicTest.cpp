@@ -218,20 +218,24 @@ TEST_F(PageLogic, LinksWriteEmptyProxiesAndTheRunValue) {
   CPackage& pkg = *session.Package;
   pkg.InstalledIn = "C:\\Programme\\Demo";
   pkg.AllowWinStart = true;
-  const std::string programs = modSpclFolder::GetSpecialFolder(nullptr, modSpclFolder::kPrograms, "");
-  const std::string desktop = modSpclFolder::GetSpecialFolder(nullptr, modSpclFolder::kDesktopDirectory, "");
+  // For all users: the common folders are real folders in the test prefix,
+  // while the user's desktop may point into the home directory of the host.
+  const std::string programs = modSpclFolder::GetSpecialFolder(nullptr, modSpclFolder::kCommonPrograms, "");
+  const std::string desktop = modSpclFolder::GetSpecialFolder(nullptr, modSpclFolder::kCommonDesktopDirectory, "");
   ASSERT_FALSE(programs.empty());
   ASSERT_FALSE(desktop.empty());
   const std::string group = programs + "\\" + pkg.StartMenuGroup;
   const std::string proxy = "Demo Tool.kvsetuplink_DemoTool_1_0";
 
-  frmLinks_WriteLinks(session, {false, true, true, true});
+  frmLinks_WriteLinks(session, {true, true, true, true});
   const std::string menuProxy = group + "\\" + proxy;
   const std::string deskProxy = desktop + "\\" + proxy;
   EXPECT_TRUE(modTools::FileExists(menuProxy));
   EXPECT_TRUE(modTools::FileExists(deskProxy));
   EXPECT_EQ(test::ReadFileBytes(menuProxy), "");
+  // The Run value is the current user's, also for all users.
   EXPECT_EQ(modRegTools::GetString(kRunKey, "DemoTool", "-", HKEY_CURRENT_USER), "\"C:\\Programme\\Demo\\demo.exe\"");
+  EXPECT_EQ(modRegTools::GetString(kRunKey, "DemoTool", "-", HKEY_LOCAL_MACHINE), "-");
 
   // Unchecked: the value goes; without AllowWinStart the Run key is not touched.
   frmLinks_WriteLinks(session, {false, false, false, false});

@@ -10,6 +10,7 @@
 #include "MacroCommands.h"
 #include "OsFiles.h"
 #include "ProductLoad.h"
+#include "ProductText.h"
 #include "package/Text.h"
 #include "package/VbError.h"
 
@@ -19,14 +20,13 @@ namespace {
 
 using Kind = ScanItem::Kind;
 
-const std::vector<const char*> kHeaderKeys = {"Name",          "Caption",        "Version",
-                                              "EXEFile",       "InfoTip",        "StartMenuGroup",
-                                              "DefaultPath",   "DefaultInStartMenu", "DefaultOnDesktop",
-                                              "DefaultWinStart", "AllowWinStart"};
+const std::vector<const char*> kHeaderKeys = {
+    "Name",        "Caption",           "Version",          "EXEFile",         "InfoTip",      "StartMenuGroup",
+    "DefaultPath", "DefaultInStartMenu", "DefaultOnDesktop", "DefaultWinStart", "AllowWinStart"};
 const std::vector<const char*> kHeaderFlags = {"DefaultInStartMenu", "DefaultOnDesktop", "DefaultWinStart",
                                                "AllowWinStart"};
-const std::vector<const char*> kFileKeys = {"Name",     "DestinationName", "DestinationPath", "SharedFile",
-                                            "DontOverwrite", "Register",   "DontUninstall"};
+const std::vector<const char*> kFileKeys = {"Name",          "DestinationName", "DestinationPath", "SharedFile",
+                                            "DontOverwrite", "Register",        "DontUninstall"};
 const std::vector<const char*> kFileFlags = {"SharedFile", "DontOverwrite", "DontUninstall"};
 
 bool InList(const std::vector<const char*>& list, const std::string& name) {
@@ -92,6 +92,7 @@ class Checker {
       for (const char* m : MacroGroupNames()) known = known || kv::EqualsNoCase(name, m);
       if (item->kind == Kind::Property) {
         if (name.find('\t') != std::string::npos) continue;  // reported by the scan
+        if (root.Find(name) != item.get()) continue;           // a duplicate key, reported by the scan
         if (known)
           diag_.Error(item->line, Quote(name) + " is written as a value; it must be the group <" + name +
                                       "> and the installer's load fails");
@@ -303,15 +304,17 @@ class Checker {
       if (!name || name->IsGroup() || name->value.empty())
         diag_.Warning(item->line, "[regkey] without Name removes nothing");
       else
-        CheckRoot(*name, "uninstallation deletes it under HKEY_CURRENT_USER, if at all");
+        CheckRoot(*name, "uninstallation cannot tell under which root to delete it", true);
     }
   }
 
-  void CheckRoot(const ScanItem& key, const std::string& consequence) {
+  // `always`: also a key without any root is suspicious (macros take such a
+  // key below HKEY_CURRENT_USER on purpose, [regkey] names its root).
+  void CheckRoot(const ScanItem& key, const std::string& consequence, bool always = false) {
     std::string v = kv::LowerCase(key.value);
     for (const char* root : {"hkey_current_user\\", "hkey_local_machine\\", "hkey_classes_root\\"})
       if (v.rfind(root, 0) == 0) return;
-    if (v.rfind("hkey_", 0) == 0 || v.rfind("hk", 0) == 0)
+    if (always || v.rfind("hk", 0) == 0)
       diag_.Warning(key.line, "key " + Quote(key.value) +
                                   " does not begin with HKEY_CURRENT_USER\\, HKEY_LOCAL_MACHINE\\ or HKEY_CLASSES_ROOT\\; " +
                                   consequence);
@@ -382,7 +385,7 @@ class Checker {
         }
       }
     }
-    if (const ScanItem* key = param("Key"); key && InList(std::vector<const char*>(cmd.params), "Key"))
+    if (const ScanItem* key = param("Key"); key && InList(cmd.params, "Key"))
       CheckRoot(*key, "the installer uses HKEY_CURRENT_USER with the whole text as the key");
     if (cmd.hasChildren) {
       const ScanItem* data = param("Data");
@@ -460,6 +463,34 @@ std::optional<std::string> FindSource(const std::string& folder, const std::stri
   }
 }
 
+namespace {
+
+// The installer reads setup.ini in the ANSI code page. A file saved as UTF-8
+// loads, but every umlaut turns into two odd characters in the wizard.
+void CheckEncoding(const std::string& bytes, Diagnostics& diag) {
+  if (bytes.rfind("\xEF\xBB\xBF", 0) == 0) {
+    diag.Error(1, "the file begins with a UTF-8 byte order mark, which the installer reads as part of the first "
+                  "line; save it in the ANSI code page (Windows-1252)");
+    return;
+  }
+  int line = 1;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(bytes[i]);
+    if (c == '\n' || (c == '\r' && !(i + 1 < bytes.size() && bytes[i + 1] == '\n'))) ++line;
+    // A two- or three-byte UTF-8 sequence for a Latin letter is vanishingly
+    // rare in real Windows-1252 text ("Ã¤" for "ä").
+    if ((c == 0xC3 || c == 0xC2) && i + 1 < bytes.size() &&
+        (static_cast<unsigned char>(bytes[i + 1]) & 0xC0) == 0x80) {
+      diag.Warning(line, "the file looks UTF-8 encoded; the installer reads Windows-1252 and shows '" +
+                             product::DecodeAnsi(bytes.substr(i, 2)) + "' for '" + bytes.substr(i, 2) +
+                             "'; save it in the ANSI code page");
+      return;
+    }
+  }
+}
+
+}  // namespace
+
 CheckReport CheckPackage(const CheckOptions& options) {
   CheckReport report;
   report.diagnostics = Diagnostics(options.displayName.empty() ? options.iniPath : options.displayName);
@@ -472,6 +503,7 @@ CheckReport CheckPackage(const CheckOptions& options) {
   }
   std::ostringstream bytes;
   bytes << in.rdbuf();
+  CheckEncoding(bytes.str(), diag);
   std::vector<std::string> lines = SplitLines(bytes.str(), diag);
   ScanResult scan = ScanLines(lines, diag);
   Checker(options, report).Run(scan);

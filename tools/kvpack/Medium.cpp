@@ -31,19 +31,21 @@ std::optional<fs::path> FindInFolder(const fs::path& folder, const std::string& 
   return {};
 }
 
-// The first folder at most `depth` levels below `root` that holds both
-// installer programs.
-std::optional<fs::path> FindInstallerBelow(const fs::path& root, int depth) {
+// The first file called `name` at most `depth` levels below `root`
+// (the build puts each program into a folder of its own).
+std::optional<fs::path> FindBelow(const fs::path& root, const std::string& name, int depth) {
   std::error_code ec;
   if (!fs::is_directory(root, ec)) return {};
-  if (FindInFolder(root, kSetupExe) && FindInFolder(root, kInstallerExe)) return root;
+  if (auto here = FindInFolder(root, name)) return here;
   if (depth == 0) return {};
   std::vector<fs::path> children;
-  for (fs::directory_iterator it(root, ec), end; !ec && it != end; it.increment(ec))
-    if (it->is_directory(ec) && it->path().filename().string().front() != '.') children.push_back(it->path());
+  for (fs::directory_iterator it(root, ec), end; !ec && it != end; it.increment(ec)) {
+    std::string leaf = os::FromPath(it->path().filename());
+    if (it->is_directory(ec) && !leaf.empty() && leaf.front() != '.') children.push_back(it->path());
+  }
   std::sort(children.begin(), children.end());
   for (const auto& child : children)
-    if (auto found = FindInstallerBelow(child, depth - 1)) return found;
+    if (auto found = FindBelow(child, name, depth - 1)) return found;
   return {};
 }
 
@@ -87,23 +89,28 @@ class Builder {
     fs::path source = os::ToPath(options_.sourceFolder);
     if (!fs::is_directory(source, ec)) return Fail("source folder " + options_.sourceFolder + " does not exist");
 
-    // The installer programs.
-    std::optional<fs::path> installer;
+    // The installer programs: both from --installer, or both from the
+    // first search root below which each of them can be found.
     if (options_.installerDir) {
       fs::path dir = os::ToPath(*options_.installerDir);
       if (!fs::is_directory(dir, ec)) return Fail("installer folder " + *options_.installerDir + " does not exist");
-      installer = dir;
+      for (const char* program : {kSetupExe, kInstallerExe}) {
+        auto found = FindInFolder(dir, program);
+        if (!found) return Fail(std::string(program) + " is missing in " + *options_.installerDir);
+        Add(*found, program);
+      }
     } else {
-      for (const std::string& root : options_.installerSearch)
-        if ((installer = FindInstallerBelow(os::ToPath(root), 3))) break;
-      if (!installer)
+      std::optional<fs::path> setup, installer;
+      for (const std::string& root : options_.installerSearch) {
+        setup = FindBelow(os::ToPath(root), kSetupExe, 3);
+        installer = FindBelow(os::ToPath(root), kInstallerExe, 3);
+        if (setup && installer) break;
+      }
+      if (!setup || !installer)
         return Fail("setup.exe and KVSetup.exe not found; build them in the windows preset (targets 'setup' and "
                     "'KVSetup') or name their folder with --installer");
-    }
-    for (const char* program : {kSetupExe, kInstallerExe}) {
-      auto found = FindInFolder(*installer, program);
-      if (!found) return Fail(std::string(program) + " is missing in " + os::FromPath(*installer));
-      Add(*found, program);
+      Add(*setup, kSetupExe);
+      Add(*installer, kInstallerExe);
     }
 
     Add(os::ToPath(options_.iniPath), kDefinition);

@@ -24,6 +24,15 @@
 //   run COMMANDLINE              starts a program on the driver's desktop
 //   sleep MILLISECONDS
 //   list                         prints every top-level window (for diagnosis)
+//   regdel ROOT KEY              deletes the key with everything below it
+//   regdelv ROOT KEY VALUE       deletes one value
+//   regdelprefix ROOT KEY PREFIX deletes the subkeys of KEY whose names begin
+//                                with PREFIX (case-insensitive)
+//   waitwin CLASS [SECONDS]      a visible window of any program with that class
+//   closewin CLASS               closes every window of that class
+//   nowin CLASS [SECONDS]        no window of that class appears meanwhile
+//   hold PATH MARKER             keeps PATH open without sharing until the file
+//                                MARKER exists (at most 10 minutes)
 #include <windows.h>
 
 #include <cstdio>
@@ -208,8 +217,15 @@ BOOL CALLBACK ListProc(HWND h, LPARAM) {
   return TRUE;
 }
 
+void DeleteTree(HKEY root, const std::wstring& key) {
+  RegDeleteTreeW(root, key.c_str());
+  RegDeleteKeyW(root, key.c_str());
+}
+
 void UseDesktop(const std::wstring& name) {
-  HDESK d = OpenDesktopW(name.c_str(), 0, FALSE, GENERIC_ALL);
+  // The desktop appears with the first program started on it; give it time.
+  HDESK d = nullptr;
+  for (int n = 0; n < 300 && !(d = OpenDesktopW(name.c_str(), 0, FALSE, GENERIC_ALL)); ++n) Sleep(100);
   if (!d) Fail("cannot open desktop " + Narrow(name));
   if (!SetThreadDesktop(d)) Fail("cannot switch to desktop " + Narrow(name));
   desktopName = name;
@@ -384,6 +400,67 @@ int wmain(int argc, wchar_t** wargv) {
       i += 1;
     } else if (cmd == "list") {
       EnumWindows(ListProc, 0);
+    } else if (cmd == "regdel") {
+      need(2);
+      DeleteTree(Root(arg(0)), Widen(arg(1)));
+      i += 2;
+    } else if (cmd == "regdelv") {
+      need(3);
+      HKEY h;
+      if (RegOpenKeyExW(Root(arg(0)), Widen(arg(1)).c_str(), 0, KEY_SET_VALUE, &h) == ERROR_SUCCESS) {
+        RegDeleteValueW(h, Widen(arg(2)).c_str());
+        RegCloseKey(h);
+      }
+      i += 3;
+    } else if (cmd == "regdelprefix") {
+      need(3);
+      HKEY h;
+      std::wstring prefix = Widen(arg(2));
+      std::vector<std::wstring> doomed;
+      if (RegOpenKeyExW(Root(arg(0)), Widen(arg(1)).c_str(), 0, KEY_READ, &h) == ERROR_SUCCESS) {
+        wchar_t name[512];
+        for (DWORD k = 0;; ++k) {
+          DWORD len = 512;
+          if (RegEnumKeyExW(h, k, name, &len, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+          if (len >= prefix.size() && _wcsnicmp(name, prefix.c_str(), prefix.size()) == 0) doomed.push_back(name);
+        }
+        RegCloseKey(h);
+      }
+      std::wstring parent = Widen(arg(1));
+      for (const auto& d : doomed) DeleteTree(Root(arg(0)), parent.empty() ? d : parent + L"\\" + d);
+      i += 3;
+    } else if (cmd == "waitwin" || cmd == "nowin") {
+      need(1);
+      double s = optSeconds(1, cmd == "waitwin" ? 60 : 3);
+      std::wstring cls = Widen(arg(0));
+      bool seen = false;
+      for (int n = 0; n < s * 10 && !seen; ++n) {
+        seen = FindTop(cls) != nullptr;
+        if (!seen) Sleep(100);
+      }
+      if (cmd == "waitwin" && !seen) Fail(std::string("no window of class ") + arg(0));
+      if (cmd == "nowin" && seen) Fail(std::string("unexpected window of class ") + arg(0));
+      i += 1 + consumedSeconds(1);
+    } else if (cmd == "closewin") {
+      need(1);
+      std::wstring cls = Widen(arg(0));
+      for (int n = 0; n < 50; ++n) {
+        HWND h = FindTop(cls, false);
+        if (!h) break;
+        PostMessageW(h, WM_CLOSE, 0, 0);
+        Sleep(200);
+      }
+      i += 1;
+    } else if (cmd == "hold") {
+      need(2);
+      HANDLE f = CreateFileW(Widen(arg(0)).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+      if (f == INVALID_HANDLE_VALUE) Fail(std::string("cannot open ") + arg(0));
+      std::printf("holding %s\n", arg(0));
+      std::fflush(stdout);
+      std::wstring marker = Widen(arg(1));
+      for (int n = 0; n < 6000 && GetFileAttributesW(marker.c_str()) == INVALID_FILE_ATTRIBUTES; ++n) Sleep(100);
+      CloseHandle(f);
+      i += 2;
     } else if (cmd == "sleep") {
       need(1);
       Sleep(static_cast<DWORD>(std::atoi(arg(0))));

@@ -1,0 +1,96 @@
+#pragma once
+// Bump allocation for the nodes of one parsed file. A large package file has
+// hundreds of thousands of small items; allocating and freeing each on its
+// own makes freeing a tree cost more per item the larger it is (the heap
+// revisits every freed block to merge it). Nodes parsed from one file share
+// an arena instead: they are placed one after the other in large blocks, and
+// the blocks go back in one piece when the last node of the file is gone.
+// Each node's allocator holds a reference to the arena, so nodes may safely
+// outlive the file object they were read with.
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace kv {
+
+class NodeArena {
+ public:
+  NodeArena() = default;
+  NodeArena(const NodeArena&) = delete;
+  NodeArena& operator=(const NodeArena&) = delete;
+
+  // The arena lives as long as someone holds a reference: the file being
+  // read, and every node placed in it. Kept intrusive so that each node
+  // carries one pointer, not a shared_ptr.
+  static NodeArena* Create() { return new NodeArena(); }
+  void AddRef() noexcept { refs_.fetch_add(1, std::memory_order_relaxed); }
+  void Release() noexcept {
+    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+
+  void* Allocate(size_t size, size_t align) {
+    size_t offset = (used_ + align - 1) & ~(align - 1);
+    if (blocks_.empty() || offset + size > blockSize_) {
+      size_t bytes = size + align > kBlockSize ? size + align : kBlockSize;
+      // Not value-initialised: nodes are constructed in place, and zeroing
+      // would only touch the memory once more. new[] memory suits every node.
+      blocks_.push_back(std::unique_ptr<std::byte[]>(new std::byte[bytes]));
+      blockSize_ = bytes;
+      offset = 0;
+    }
+    used_ = offset + size;
+    return blocks_.back().get() + offset;
+  }
+
+ private:
+  ~NodeArena() = default;
+  static constexpr size_t kBlockSize = 256 * 1024;
+  std::atomic<long> refs_{1};
+  std::vector<std::unique_ptr<std::byte[]>> blocks_;
+  size_t blockSize_ = 0;
+  size_t used_ = 0;
+};
+
+// A counted reference to an arena.
+class ArenaRef {
+ public:
+  explicit ArenaRef(NodeArena* adopted) noexcept : arena_(adopted) {}
+  ArenaRef(const ArenaRef& other) noexcept : arena_(other.arena_) { arena_->AddRef(); }
+  ArenaRef& operator=(const ArenaRef& other) noexcept {
+    other.arena_->AddRef();
+    arena_->Release();
+    arena_ = other.arena_;
+    return *this;
+  }
+  ~ArenaRef() { arena_->Release(); }
+  NodeArena* get() const noexcept { return arena_; }
+
+ private:
+  NodeArena* arena_;
+};
+
+// Allocator for std::allocate_shared; deallocation is a no-op, the arena
+// releases everything at once.
+template <class T>
+class ArenaAllocator {
+ public:
+  using value_type = T;
+  explicit ArenaAllocator(const ArenaRef& arena) : arena_(arena) {}
+  template <class U>
+  ArenaAllocator(const ArenaAllocator<U>& other) : arena_(other.arena_) {}
+
+  T* allocate(size_t n) { return static_cast<T*>(arena_.get()->Allocate(n * sizeof(T), alignof(T))); }
+  void deallocate(T*, size_t) noexcept {}
+
+  template <class U>
+  bool operator==(const ArenaAllocator<U>& other) const { return arena_.get() == other.arena_.get(); }
+
+ private:
+  template <class U>
+  friend class ArenaAllocator;
+  ArenaRef arena_;
+};
+
+}  // namespace kv
