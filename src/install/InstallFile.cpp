@@ -235,8 +235,11 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
 
   // The names the version functions work with: long names on NT; on the 9x
   // family the short forms, which are all those functions understand there.
-  const std::string winDir = WindowsFolder();
-  const std::string sysDir = SystemFolder();
+  // The system's folders do not change while we run; their short forms cost
+  // a walk over the disk, so they are looked up once.
+  static const std::string winDir = WindowsFolder();
+  static const std::string sysDir = SystemFolder();
+  static const std::string shortSysDir = modTools::GetShortPath(sysDir);
   std::string vSrcFolder = sourceFolder, vSrcName = sourceName;
   std::string vDestFolder = destFolder, vDestName = destName;
   std::string vWinDir = winDir, vSysDir = sysDir, vInstallDir = package.InstalledIn;
@@ -263,7 +266,6 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     vSysDir = modTools::GetShortPath(sysDir);
     vInstallDir = modTools::GetShortPath(package.InstalledIn);
   }
-  const std::string shortSysDir = modTools::GetShortPath(sysDir);
   const std::wstring wSrcFolder = W(vSrcFolder), wSrcName = W(vSrcName);
   const std::wstring wDestFolder = W(vDestFolder), wDestName = W(vDestName), wWinDir = W(vWinDir);
 
@@ -311,22 +313,27 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     }
 
     // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
+    // With nothing at the recommended place every branch of the rule ends in
+    // "install", so the source's version resource is not even read then.
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
-    int32_t answer = modVersion::CompareFileVersions(existingPath, sourcePath);
-    if (sharedFile) {
-      if (answer == 0 || answer == -1) {
-        if (StartsWithNoCase(recDir, vInstallDir)) {
-          // Our own copy of a shared file: always refreshed.
-          answer = 2;
-        } else {
-          ULONGLONG sourceStamp = 0, existingStamp = 0;
-          bool keep = ReadStamp(sourcePath, sourceStamp) && ReadStamp(existingPath, existingStamp) &&
-                      sourceStamp <= existingStamp;
-          if (!keep) answer = 2;
+    int32_t answer = 2;
+    if (modTools::FileExists(existingPath)) {
+      answer = modVersion::CompareFileVersions(existingPath, sourcePath);
+      if (sharedFile) {
+        if (answer == 0 || answer == -1) {
+          if (StartsWithNoCase(recDir, vInstallDir)) {
+            // Our own copy of a shared file: always refreshed.
+            answer = 2;
+          } else {
+            ULONGLONG sourceStamp = 0, existingStamp = 0;
+            bool keep = ReadStamp(sourcePath, sourceStamp) && ReadStamp(existingPath, existingStamp) &&
+                        sourceStamp <= existingStamp;
+            if (!keep) answer = 2;
+          }
         }
+      } else if (answer == -1) {
+        answer = 2;
       }
-    } else if (answer == -1) {
-      answer = 2;
     }
 
     DWORD result = VIF_SRCOLD;

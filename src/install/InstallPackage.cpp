@@ -92,14 +92,17 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   file.Installed = 0;
   InstallPackageFile(session, package, file, &pending);
 
-  if (file.Installed != 0) {
+  // Success only counts when the new copy is where the record says; the file
+  // installation may also settle for a copy it found elsewhere.
+  if (file.Installed != 0 && modTools::FileExists(modTools::JoinPath(file.InstalledIn, name))) {
     // The old copy may still be loaded by a running program: then it goes at
     // the next restart instead of staying around under its odd name.
     if (!aside.empty() && !Delete(aside)) MoveFileAtRestart(session, aside, "");
     return;
   }
   if (!aside.empty()) Rename(aside, current, /*replace=*/true);
-  if (modTools::FileExists(current)) RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/true);
+  if (file.Installed == 0 && modTools::FileExists(current))
+    RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/true);
 }
 
 // False when the user cancelled: the run ends after the current file.
@@ -159,6 +162,14 @@ void DiscardPendingCopies(const CStringLongStringStack& pending) {
   for (int32_t i = 1; i <= pending.Count(); ++i) Delete(pending.ItemData(i));
 }
 
+// Writes what the run recorded. After a cancellation whose rollback already
+// removed the package data there is nothing to write into - and recreating
+// status.ini would leave exactly what the rollback took away.
+void FlushStatus(Session& session, CPackage& package) {
+  if (session.Cancelled && !modTools::FolderExists(package.PackageDir)) return;
+  Quietly([&] { FlushInstallStatus(session, package); });
+}
+
 }  // namespace
 
 void InstallPackage(Session& session, CPackage& package, bool repair, bool update) {
@@ -169,9 +180,10 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
   CStringLongStringStack pending;
 
   bool finished = FilePhase(session, package, repair, pending);
-  // What the file phase recorded is written now, also after a cancellation:
-  // the next start offers to continue or remove exactly what is on disk.
-  Quietly([&] { FlushInstallStatus(session, package); });
+  // What the file phase recorded is written now, also after a cancellation
+  // that kept the files: the next start offers to continue or remove exactly
+  // what is on disk.
+  FlushStatus(session, package);
 
   if (finished) {
     if (!repair) RegistrationPhase(session, package);
@@ -187,7 +199,7 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
   }
 
   // Files a macro installed are on record too.
-  Quietly([&] { FlushInstallStatus(session, package); });
+  FlushStatus(session, package);
   ui.SetMousePointer(previousPointer);
 }
 

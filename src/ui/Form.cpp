@@ -141,7 +141,15 @@ HWND Form::Edit(int id, const std::string& text, int x, int y, int w, int h, DWO
 }
 
 HWND Form::Frame(int id, const std::string& text, int x, int y, int w, int h) {
-  return MakeChild(hwnd_, id, L"BUTTON", text, BS_GROUPBOX, S(x), S(y), S(w), S(h), FontFor(FontKind::Normal));
+  // An etched frame with its caption as a label just above it. (A group
+  // box would do, but some systems clip the last letter of its caption.)
+  // The frame keeps the caption as its own text for whoever reads it.
+  int top = y;
+  if (!text.empty()) {
+    Label(id + kFrameCaptionOffset, text, x, y, w, 16, FontKind::Normal);
+    top += 18;
+  }
+  return MakeChild(hwnd_, id, L"STATIC", text, SS_ETCHEDFRAME, S(x), S(top), S(w), S(h - (top - y)), nullptr);
 }
 
 void Form::SeparatorLines(int y, int x0, int x1) {

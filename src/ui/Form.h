@@ -72,7 +72,9 @@ class Form {
   HWND Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup);
   HWND Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle = 0,
             FontKind font = FontKind::Normal);
+  // A frame of total height h, its caption (if any) in the top 18 units.
   HWND Frame(int id, const std::string& text, int x, int y, int w, int h);
+  static constexpr int kFrameCaptionOffset = 10000;  // id of a frame's caption label
   // The etched separator above the button row (dLine dark, bLine light).
   void SeparatorLines(int y, int x0, int x1);
   // Height in 96-dpi units that `text` needs when wrapped to `w`.

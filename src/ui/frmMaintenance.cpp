@@ -50,8 +50,8 @@ void frmMaintenance::OnLoad() {
       Enable(rows[i].label, false);
     }
     int h = MeasureText(s.lblMore, w - 24, FontKind::Normal);
-    Frame(ids::frmMaintenance_Frame1, "", x, y, w, h + 24);
-    Label(ids::frmMaintenance_lblMore, s.lblMore, x + 12, y + 14, w - 24, h);
+    Frame(ids::frmMaintenance_Frame1, "", x, y, w, h + 20);
+    Label(ids::frmMaintenance_lblMore, s.lblMore, x + 10, y + 10, w - 20, h);
   }
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
   Button(ids::frmMaintenance_Command5, "Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,

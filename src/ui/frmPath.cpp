@@ -9,11 +9,11 @@ void frmPath::OnLoad() {
   const PathPageSetup s = frmPath_Form_Load(session_);
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
   int y = FlowLabel(ids::frmPath_lblText, s.lblText, x, 24, w, FontKind::Normal, 16);
-  Frame(ids::frmPath_Frame1, "Installationspfad", x, y, w, 62);
-  Edit(ids::frmPath_txtPath, s.txtPath, x + 12, y + 26, w - 24 - 100, 23, ES_AUTOHSCROLL | (s.locked ? ES_READONLY : 0));
-  Button(ids::frmPath_cmdChoose, "Auswählen...", x + w - 12 - 92, y + 25, 92, 25);
+  Frame(ids::frmPath_Frame1, "Installationspfad", x, y, w, 66);
+  Edit(ids::frmPath_txtPath, s.txtPath, x + 12, y + 31, w - 24 - 100, 23, ES_AUTOHSCROLL | (s.locked ? ES_READONLY : 0));
+  Button(ids::frmPath_cmdChoose, "Auswählen...", x + w - 12 - 92, y + 30, 92, 25);
   Enable(ids::frmPath_cmdChoose, !s.locked);
-  y += 62 + 22;
+  y += 66 + 22;
   const int labelW = w - Layout::kButtonW - 12;
   int h = MeasureText("Um das Programm und all seine Komponenten jetzt zu installieren, klicken Sie bitte auf diese "
                       "Schaltfläche:", labelW, FontKind::Normal);

@@ -26,6 +26,15 @@ say() { echo "[$E2E_NAME] $*"; }
 
 # The driver on this scenario's desktop; bounded so that nothing hangs.
 drv() { timeout 300 "$KV_WINE" "$DRIVER" --desktop "$DESK" "$@"; }
+# The driver for registry steps (no desktop needed).
+# (Windows programs end their lines with CR LF.)
+reg() {
+  local out rc
+  out=$(timeout 120 "$KV_WINE" "$DRIVER" "$@")
+  rc=$?
+  [ -n "$out" ] && printf '%s\n' "$out" | tr -d '\r'
+  return $rc
+}
 
 # A picture of the virtual desktop: the whole 800x600 screen of the wizard.
 shot() {
@@ -38,7 +47,7 @@ shot() {
 fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2
   shot failure
-  drv list 2>/dev/null | grep 'visible=1' >&2 || true
+  timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" list 2>/dev/null | grep 'visible=1' >&2 || true
   exit 1
 }
 
@@ -51,8 +60,8 @@ winpath() { echo "Z:$1" | sed 's|/|\\|g'; }
 
 need_file() { [ -f "$1" ] || fail "missing file: ${1#$C/}"; }
 no_path() { [ ! -e "$1" ] || fail "still there: ${1#$C/}"; }
-need_reg() { drv reg "$@" >/dev/null || fail "registry: $*"; }
-no_reg() { drv noreg "$@" >/dev/null || fail "registry still holds: $*"; }
+need_reg() { reg reg "$@" >/dev/null || fail "registry: $*"; }
+no_reg() { reg noreg "$@" >/dev/null || fail "registry still holds: $*"; }
 
 # The user's shell folders of a fresh prefix point into the host's home
 # directory; the tests must not write there, so they become real folders.
@@ -72,7 +81,7 @@ reset_machine() {
   rm -rf "$PF/Kivra" "$C/windows/DelKVStp.exe" "$C/Kivra-e2e"
   find "$C/users" "$C/ProgramData" -iname '*.kvsetuplink_*' -delete 2>/dev/null || true
   find "$C/users" "$C/ProgramData" -type d -path '*Programs/Kivra' -exec rm -rf {} + 2>/dev/null || true
-  drv regdel HKLM 'Software\Kivra' \
+  reg regdel HKLM 'Software\Kivra' \
       regdel HKCU 'Software\Kivra' \
       regdelprefix HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall' 'Kivra Setup - ' \
       regdelprefix HKCR '' '.kvsetuplink_' \

@@ -180,6 +180,21 @@ TEST_F(InstallRun, CancelDuringTheFilePhaseSkipsRegistrationAndMacros) {
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "Software\\Kivra\\Test"));
 }
 
+TEST_F(InstallRun, NothingIsWrittenBackAfterARollbackRemovedThePackageData) {
+  MakePackage();
+  int calls = 0;
+  ui.OnDoEvents = [&] {
+    // After the second file (whose record is not written yet) the cancel
+    // procedure rolled everything back, package data included.
+    if (++calls < 2) return;
+    session.Cancelled = true;
+    RemoveTree(PackageData);
+  };
+  RunInstall();
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_FALSE(Exists(PackageData));
+}
+
 TEST_F(InstallRun, AbortAtAFileSkipsTheRestOfTheRun) {
   MakePackage();
   DeleteFileW(win::Widen(Medium + "\\hilfe.txt").c_str());
@@ -350,6 +365,14 @@ TEST_F(RepairRun, ReinstallsEveryFileAndKeepsNoOldCopy) {
   std::sort(names.begin(), names.end());
   EXPECT_EQ(names, (std::vector<std::string>{"Daten", "Frisch", "hilfe.txt", "prog.exe"}));
   EXPECT_TRUE(Marked("Frisch"));  // a repair runs the macros too
+}
+
+TEST_F(RepairRun, AFileMissingFromTheDiskComesBack) {
+  DeleteFileW(win::Widen(App + "\\hilfe.txt").c_str());
+  RunInstall(true);
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "HILFE 2");
+  EXPECT_EQ(SavedRecord("hilfe.txt").first, 1);
 }
 
 TEST_F(RepairRun, DontOverwriteFileIsNotTouched) {

@@ -152,6 +152,35 @@ TEST_F(StructuredFileTest, WriterIndentsOneBlankPerLevel) {
   EXPECT_EQ(Root().GroupNamed("files")->GetValue("Wert", ""), " mit Blank");
 }
 
+TEST(StructuredFileTree, ItemsOutliveTheFileTheyWereReadWith) {
+  UiFixture ui;
+  std::shared_ptr<CStructuredFileGroup> kept;
+  {
+    CStructuredFile file(ui.Context());
+    ASSERT_EQ(file.LoadFromText("<oninstall>\n [mkdir]\n  Path=x\n [/mkdir]\n</oninstall>\n"), 0);
+    kept = file.Root()->GroupNamed("OnInstall");
+    ASSERT_EQ(file.LoadFromText("a=1\n"), 0);  // the first tree is dropped by the file
+  }
+  ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(kept->Items[0]->AsGroup()->GetValue("path", ""), "x");
+}
+
+TEST(StructuredFileTree, CloneIsADeepIndependentCopy) {
+  UiFixture ui;
+  CStructuredFile file(ui.Context());
+  ASSERT_EQ(file.LoadFromText("<g>\n a=1\n [c]\n  b\n [/c]\n [c]\n [/c]\n</g>\n"), 0);
+  auto original = file.Root()->GroupNamed("g");
+  auto copy = original->Clone();
+  std::string a, b;
+  original->Save(a, 0);
+  copy->Save(b, 0);
+  EXPECT_EQ(a, b);
+  EXPECT_FALSE(copy->Items.HasKeyAt(1));  // collection items stay without key
+  copy->SetValue("A", "2");
+  EXPECT_EQ(original->GetValue("a", ""), "1");
+  EXPECT_EQ(copy->GetValue("a", ""), "2");
+}
+
 TEST(StructuredFileDisk, GermanFileSurvivesLoadAndSaveByteForByte) {
   TempFolder dir;
   const std::string ansi =

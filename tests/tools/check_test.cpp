@@ -364,6 +364,20 @@ TEST(KvpackCheck, Utf8TextIsCaught) {
   EXPECT_EQ(r.list.size(), 1u) << Dump(r.list);
 }
 
+TEST(KvpackCheck, LineEndsAreCountedAsTheInstallerReadsThem) {
+  // LF alone and CR alone end a line as CR LF does.
+  ScratchFolder dir;
+  test::WriteBytes(dir.Sub("setup.ini"),
+                   "<header>\n Name=Demo\r Version=1.0\r\n</header>\n"    // 1-4
+                   "<files>\r [file]\n  Name=a.dll\n  Register=x\n [/file]\n</files>\n");  // 5-10
+  CheckOptions options;
+  options.iniPath = dir.Sub("setup.ini");
+  CheckReport report = CheckPackage(options);
+  ASSERT_EQ(report.diagnostics.List().size(), 1u) << Dump(report.diagnostics.List());
+  EXPECT_EQ(report.diagnostics.List()[0].line, 8);
+  EXPECT_TRUE(LoadWithProduct(dir.Sub("setup.ini")).failure.has_value());
+}
+
 TEST(KvpackMediumPath, NamesMapIntoTheMediumOrAreRefused) {
   EXPECT_EQ(MediumRelativePath("a.dll"), "a.dll");
   EXPECT_EQ(MediumRelativePath("bin\\sub/a.dll"), "bin/sub/a.dll");

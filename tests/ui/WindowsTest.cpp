@@ -88,9 +88,10 @@ class PageWindows : public ::testing::Test {
       wchar_t cls[32] = {};
       GetClassNameW(c, cls, 32);
       const LONG style = GetWindowLongW(c, GWL_STYLE);
-      const bool isFrame = lstrcmpiW(cls, L"Button") == 0 && (style & 0xF) == BS_GROUPBOX;
+      const bool isFrame = (lstrcmpiW(cls, L"Button") == 0 && (style & 0xF) == BS_GROUPBOX) ||
+                           (lstrcmpiW(cls, L"Static") == 0 && (style & SS_TYPEMASK) == SS_ETCHEDFRAME);
       const bool isLine = cid == id::dLine || cid == id::bLine || (r.bottom - r.top) <= 2;
-      if (lstrcmpiW(cls, L"Static") == 0 && !isLine) {
+      if (lstrcmpiW(cls, L"Static") == 0 && !isLine && !isFrame) {
         // The wrapped text needs no more height than the label has.
         HDC dc = GetDC(c);
         HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(c, WM_GETFONT, 0, 0)));

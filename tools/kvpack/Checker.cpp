@@ -504,7 +504,7 @@ CheckReport CheckPackage(const CheckOptions& options) {
   std::ostringstream bytes;
   bytes << in.rdbuf();
   CheckEncoding(bytes.str(), diag);
-  std::vector<std::string> lines = SplitLines(bytes.str(), diag);
+  std::vector<std::string> lines = SplitLines(bytes.str());
   ScanResult scan = ScanLines(lines, diag);
   Checker(options, report).Run(scan);
 

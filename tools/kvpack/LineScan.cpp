@@ -16,23 +16,16 @@ const ScanItem* ScanItem::Find(const std::string& key) const {
   return nullptr;
 }
 
-std::vector<std::string> SplitLines(const std::string& bytes, Diagnostics& diag) {
+std::vector<std::string> SplitLines(const std::string& bytes) {
+  // CR LF, a lone CR and a lone LF each end a line, as in the installer's
+  // reader; the bytes are decoded line by line (CR and LF are the same byte
+  // in every ANSI code page).
   std::vector<std::string> lines;
   std::string current;
-  int lfLine = 0;
   for (size_t i = 0; i < bytes.size(); ++i) {
     char c = bytes[i];
-    if (c == '\r') {
-      if (i + 1 < bytes.size() && bytes[i + 1] == '\n') ++i;
-      lines.push_back(product::DecodeAnsi(current));
-      current.clear();
-    } else if (c == '\n' && !product::ReaderEndsLineAtLf()) {
-      // Counted as a line end here so that later findings carry the line
-      // numbers an editor shows; the installer itself sees one long line.
-      if (lfLine == 0) lfLine = static_cast<int>(lines.size()) + 1;
-      lines.push_back(product::DecodeAnsi(current));
-      current.clear();
-    } else if (c == '\n') {
+    if (c == '\r' || c == '\n') {
+      if (c == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n') ++i;
       lines.push_back(product::DecodeAnsi(current));
       current.clear();
     } else {
@@ -40,8 +33,6 @@ std::vector<std::string> SplitLines(const std::string& bytes, Diagnostics& diag)
     }
   }
   if (!current.empty()) lines.push_back(product::DecodeAnsi(current));
-  if (lfLine != 0)
-    diag.Error(lfLine, "line ends with LF alone; the installer needs CR LF line ends and reads these lines as one");
   return lines;
 }
 

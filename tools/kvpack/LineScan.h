@@ -33,11 +33,9 @@ struct ScanResult {
   bool loadFails = false;
 };
 
-// Splits raw file bytes into lines the way the reader does (CR LF or a lone
-// CR ends a line) and decodes each from the ANSI code page. A lone LF does
-// not end a line; such lines are reported, because a file saved with Unix
-// line ends reads as one long line.
-std::vector<std::string> SplitLines(const std::string& bytes, Diagnostics& diag);
+// Splits raw file bytes into lines the way the installer's reader does and
+// decodes each from the ANSI code page.
+std::vector<std::string> SplitLines(const std::string& bytes);
 
 ScanResult ScanLines(const std::vector<std::string>& lines, Diagnostics& diag);
 

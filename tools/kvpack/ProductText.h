@@ -9,7 +9,5 @@ namespace kvpack::product {
 
 inline std::string DecodeAnsi(const std::string& bytes) { return kv::AnsiToUtf8(bytes); }
 inline std::string FoldCase(const std::string& text) { return kv::LowerCase(text); }
-// The reader ends a line at CR LF, at a lone CR and at a lone LF.
-inline bool ReaderEndsLineAtLf() { return true; }
 
 }  // namespace kvpack::product

@@ -25,20 +25,20 @@ for f in setup.ini eula.txt status.ini; do need_file "$SETUP_DIR/Packages/$key/$
 cmp -s "$medium/setup.ini" "$SETUP_DIR/Packages/$key/setup.ini" || fail "staged setup.ini differs"
 
 # Package index and uninstall entry.
-[ "$(drv reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Product)" = "Kivra Demo" ] || fail "index Product"
-[ "$(drv reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Version)" = "1.0" ] || fail "index Version"
+[ "$(reg reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Product)" = "Kivra Demo" ] || fail "index Product"
+[ "$(reg reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Version)" = "1.0" ] || fail "index Version"
 un="Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
-[ "$(drv reg HKLM "$un" UninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" -m \"$key\"" ] \
-  || fail "UninstallString: $(drv reg HKLM "$un" UninstallString)"
+[ "$(reg reg HKLM "$un" UninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" -m \"$key\"" ] \
+  || fail "UninstallString: $(reg reg HKLM "$un" UninstallString)"
 need_reg HKLM "$un" DisplayName
 need_reg HKLM "$un" DisplayIcon
 
 # Link class with its two verbs, and the proxies.
 ext=.kvsetuplink_KivraDemo_1_0
-class=$(drv reg HKCR "$ext" @) || fail "extension key $ext"
+class=$(reg reg HKCR "$ext" @) || fail "extension key $ext"
 [ "$class" = "KivraSetup.Link.$key" ] || fail "extension points to '$class'"
-open=$(drv reg HKCR "$class\\shell\\open\\command" @) || fail "Open verb"
-setup=$(drv reg HKCR "$class\\shell\\Setup\\command" @) || fail "Setup verb"
+open=$(reg reg HKCR "$class\\shell\\open\\command" @) || fail "Open verb"
+setup=$(reg reg HKCR "$class\\shell\\Setup\\command" @) || fail "Setup verb"
 case "$open" in *'-o "'*demo.exe*) ;; *) fail "Open verb: $open" ;; esac
 case "$setup" in *"-m \"$key\""*) ;; *) fail "Setup verb: $setup" ;; esac
 menu=$(find "$C/users" -path "*Start Menu/Programs/Kivra/Kivra Demo 1.0$ext" | head -1)
@@ -47,14 +47,14 @@ desk=$(find "$C/users" -path "*/Desktop/Kivra Demo 1.0$ext" | head -1)
 [ -n "$desk" ] || fail "desktop proxy missing"
 
 # Application path and start with Windows.
-ap=$(drv reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' @) || fail "App Paths"
+ap=$(reg reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' @) || fail "App Paths"
 [ "$ap" = 'C:\Program Files\Kivra\Demo\demo.exe' ] || fail "App Paths default: $ap"
-run=$(drv reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo') || fail "Run value"
+run=$(reg reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo') || fail "Run value"
 [ "$run" = '"C:\Program Files\Kivra\Demo\demo.exe"' ] || fail "Run value: $run"
 
 # The package's macros ran.
-[ "$(drv reg HKCU 'Software\Kivra\Demo' 'Begrüßung')" = "Grüß Gott" ] || fail "oninstall macro"
-[ "$(drv reg HKCU 'Software\Kivra\Demo' Sprache)" = "Deutsch" ] || fail "onfreshinstall macro"
+[ "$(reg reg HKCU 'Software\Kivra\Demo' 'Begrüßung')" = "Grüß Gott" ] || fail "oninstall macro"
+[ "$(reg reg HKCU 'Software\Kivra\Demo' Sprache)" = "Deutsch" ] || fail "onfreshinstall macro"
 
 # Status: where from and where to, and every file installed.
 st=$(status_ini "$key")

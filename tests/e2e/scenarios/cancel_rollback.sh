@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# The path page refuses bad folders with its messages; then the installation
+# is cancelled while the files are copied and rolled back: nothing is left.
+. "$(dirname "$0")/../lib.sh" "$1" cancel_rollback
+reset_machine
+medium=$(make_medium demo) || exit 1
+mkdir -p "$C/Kivra-e2e/vorhanden" && echo x > "$C/Kivra-e2e/datei"
+on_desktop "$(winpath "$medium/setup.exe")"
+drv wait frmStart 120 click frmStart 210 wait frmPath 30 || fail "path page"
+drv settext frmPath 302 'Programme\Demo' click frmPath 310 box "kompletten Pfad (inklusive Laufwerksbuchstaben)" 1 \
+  || fail "relative path accepted"
+drv settext frmPath 302 ' c:\ ' click frmPath 310 box "nicht direkt in den Basisordner" 1 expect frmPath 302 'c:' \
+  || fail "drive root accepted"
+drv settext frmPath 302 'C:\Kivra-e2e\datei' click frmPath 310 box "ist der Pfad einer Datei" 1 || fail "file accepted"
+drv settext frmPath 302 'C:\Kivra-e2e\vorhanden' click frmPath 310 box "existiert bereits" 7 wait frmPath 5 \
+  || fail "existing folder without question"
+shot frmPath-refused
+drv settext frmPath 302 'C:\Kivra-e2e\Ziel\' click frmPath 310 wait frmEULA 30 || fail "good path refused"
+[ -d "$C/Kivra-e2e/Ziel" ] || fail "the path page did not create the folder"
+drv click frmEULA 710 wait frmInstalling 30 close frmInstalling || fail "progress page"
+drv box "Es wurden bereits Dateien installiert" 6 60 || fail "rollback question"
+shot rollback
+drv none 120 || fail "the wizard did not end after the rollback"
+for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
+no_path "$C/Kivra-e2e/Ziel"
+no_path "$SETUP_DIR"
+left=$(find "$PF/Kivra" -type f 2>/dev/null)
+[ -z "$left" ] || fail "files left: $left"
+no_reg HKLM 'Software\Kivra\Setup\Packages\Kivra Demo_1.0'
+no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - Kivra Demo_1.0'
+no_reg HKCR .kvsetuplink_KivraDemo_1_0
+say "ok"

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# The link class's Open command, run exactly as the registry holds it, starts
+# the installed program and nothing else: the installer shows no window.
+. "$(dirname "$0")/../lib.sh" "$1" link_open
+reset_machine
+medium=$(make_medium demo) || exit 1
+install_fresh "$medium" "" 1 0 0
+open=$(reg reg HKCR 'KivraSetup.Link.Kivra Demo_1.0\shell\open\command' @) || fail "no Open verb"
+say "Open verb: $open"
+drv run "$open" || fail "cannot run the Open command"
+drv waitwin KivraBeispiel 60 || fail "the program did not start"
+shot program
+drv nobox 2 || fail "a message box appeared"
+if drv list | grep -q 'KVSetup\.'; then fail "the installer showed a window"; fi
+drv closewin KivraBeispiel
+say "ok"

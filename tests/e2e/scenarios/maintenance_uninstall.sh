@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Maintenance started with -m from the staged copy: uninstall, confirm, the
+# finish page in uninstall mode; afterwards nothing of the package is left,
+# and once the installer has ended its own folder goes as well.
+. "$(dirname "$0")/../lib.sh" "$1" maintenance_uninstall
+reset_machine
+medium=$(make_medium demo) || exit 1
+install_fresh "$medium" "" 1 1 1
+key='Kivra Demo_1.0'
+start_maintenance "$key"
+shot frmMaintenance
+drv expect frmMaintenance 901 "Installation von Kivra Demo 1.0 tun möchten" || fail "lblChoose"
+drv click frmMaintenance 913 box "Sind Sie sicher" 6 || fail "uninstall question"
+drv wait frmFinished 120 || fail "finish page after the uninstallation"
+drv expect frmFinished 800 "Die Deinstallation ist abgeschlossen." visible frmFinished 804 0 || fail "finish page texts"
+shot frmFinished-uninstall
+drv click frmFinished 810 none 60 || fail "the wizard did not end"
+
+# The self-delete helper removes the installer folder once the installer ended.
+for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
+no_path "$SETUP_DIR"
+left=$(find "$PF/Kivra" -type f 2>/dev/null)
+[ -z "$left" ] || fail "files left: $left"
+no_reg HKLM "Software\\Kivra\\Setup\\Packages\\$key"
+no_reg HKLM "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
+no_reg HKCR .kvsetuplink_KivraDemo_1_0
+no_reg HKCR "KivraSetup.Link.$key"
+no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe'
+no_reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo'
+no_reg HKCU 'Software\Kivra\Demo'
+proxies=$(find "$C/users" "$C/ProgramData" -iname '*.kvsetuplink_*' 2>/dev/null)
+[ -z "$proxies" ] || fail "proxies left: $proxies"
+say "ok"

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Version 1.0 installed, then the 2.0 medium: the other-version page offers
+# the update, the path page keeps the old folder, the old version's files
+# that 2.0 no longer has go, settings marked DontOverwrite stay.
+. "$(dirname "$0")/../lib.sh" "$1" update
+reset_machine
+m1=$(make_medium update-1.0) || exit 1
+m2=$(make_medium update-2.0) || exit 1
+install_fresh "$m1" "" 1 0 0
+app="$PF/Kivra/Notizen"
+need_file "$app/alt.txt"
+echo "geändert" >> "$app/einstellungen.ini"
+settings=$(md5sum < "$app/einstellungen.ini")
+update_to_2() {
+  on_desktop "$(winpath "$m2/setup.exe")"
+  drv wait frmStart 120 click frmStart 210 wait frmOtherInstalled 30 || fail "other-version page"
+  drv expect frmOtherInstalled 600 "Ältere Version bereits installiert" visible frmOtherInstalled 610 1 \
+    || fail "other-version page texts"
+  shot frmOtherInstalled
+  drv click frmOtherInstalled 610 wait frmPath 30 expect frmPath 302 'C:\Program Files\Kivra\Notizen' \
+      enabled frmPath 303 0 || fail "path page of the update"
+  shot frmPath-update
+  drv click frmPath 310 wait frmEULA 30 click frmEULA 710 || fail "licence page"
+}
+update_to_2
+finish_install "" 1 0 0
+cmp -s "$m2/notizen.exe" "$app/notizen.exe" || fail "notizen.exe is not version 2.0"
+need_file "$app/neu.txt"
+no_path "$app/alt.txt"
+[ "$(md5sum < "$app/einstellungen.ini")" = "$settings" ] || fail "settings were overwritten"
+no_reg HKLM 'Software\Kivra\Setup\Packages\Kivra Notizen_1.0'
+need_reg HKLM 'Software\Kivra\Setup\Packages\Kivra Notizen_2.0' Product
+no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - Kivra Notizen_1.0'
+need_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - Kivra Notizen_2.0' UninstallString
+[ "$(reg reg HKCU 'Software\Kivra\Notizen' 'Vorgänger')" = "1.0" ] || fail "onuninstallatupdate macro"
+no_path "$SETUP_DIR/Packages/Kivra Notizen_1.0"
+say "ok"
