@@ -8,6 +8,7 @@
 // Everything it creates is removed at the end.
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -105,7 +106,7 @@ struct Timing {
   double engine = 0, copy = 0, versionOnly = 0, statusWrite = 0;
 };
 
-Timing Measure(const std::string& root, const std::string& tag, const std::vector<std::string>& names) {
+Timing MeasureOnce(const std::string& root, const std::string& tag, const std::vector<std::string>& names) {
   const std::string medium = root + "\\medium";
   Timing t;
 
@@ -117,6 +118,7 @@ Timing Measure(const std::string& root, const std::string& tag, const std::vecto
     CopyFileW(Widen(medium + "\\" + n).c_str(), Widen(plain + "\\" + n).c_str(), FALSE);
   }
   t.copy = Seconds() - start;
+  RemoveTree(plain);
 
   // The system's version functions alone, as the engine calls them.
   const std::string bare = root + "\\ver-" + tag;
@@ -134,6 +136,7 @@ Timing Measure(const std::string& root, const std::string& tag, const std::vecto
                     &tmpLen);
   }
   t.versionOnly = Seconds() - start;
+  RemoveTree(bare);
 
   // The engine.
   QuietUi ui;
@@ -170,7 +173,21 @@ Timing Measure(const std::string& root, const std::string& tag, const std::vecto
     std::fprintf(stderr, "engine installed %d of %zu files, %d questions\n", installed, names.size(), ui.Questions);
     std::exit(1);
   }
+  RemoveTree(package->InstalledIn);
+  RemoveTree(package->PackageDir);
   return t;
+}
+
+// The machine is shared: each way is measured twice, taking turns, and the
+// better time of each counts.
+Timing Measure(const std::string& root, const std::string& tag, const std::vector<std::string>& names) {
+  Timing best = MeasureOnce(root, tag, names);
+  Timing again = MeasureOnce(root, tag, names);
+  best.engine = std::min(best.engine, again.engine);
+  best.copy = std::min(best.copy, again.copy);
+  best.versionOnly = std::min(best.versionOnly, again.versionOnly);
+  best.statusWrite = std::min(best.statusWrite, again.statusWrite);
+  return best;
 }
 
 }  // namespace

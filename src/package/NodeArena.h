@@ -33,7 +33,9 @@ class NodeArena {
   void* Allocate(size_t size, size_t align) {
     size_t offset = (used_ + align - 1) & ~(align - 1);
     if (blocks_.empty() || offset + size > blockSize_) {
-      size_t bytes = size + align > kBlockSize ? size + align : kBlockSize;
+      // Small files stay small; large ones get large blocks soon.
+      nextBlock_ = blocks_.empty() ? kFirstBlock : (nextBlock_ < kMaxBlock ? nextBlock_ * 2 : kMaxBlock);
+      size_t bytes = size + align > nextBlock_ ? size + align : nextBlock_;
       // Not value-initialised: nodes are constructed in place, and zeroing
       // would only touch the memory once more. new[] memory suits every node.
       blocks_.push_back(std::unique_ptr<std::byte[]>(new std::byte[bytes]));
@@ -46,7 +48,9 @@ class NodeArena {
 
  private:
   ~NodeArena() = default;
-  static constexpr size_t kBlockSize = 256 * 1024;
+  static constexpr size_t kFirstBlock = 2 * 1024;
+  static constexpr size_t kMaxBlock = 256 * 1024;
+  size_t nextBlock_ = 0;
   std::atomic<long> refs_{1};
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
   size_t blockSize_ = 0;

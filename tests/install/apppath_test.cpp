@@ -38,11 +38,5 @@ TEST_F(AppPath, KeptWhenAnotherInstallationOwnsIt) {
   EXPECT_EQ(reg::GetString(key, "", "-", HKEY_LOCAL_MACHINE), "D:\\Anderswo\\Prog.exe");
 }
 
-TEST_F(AppPath, KeptWhenItHasNoDefaultValue) {
-  reg::SetString(key, "Path", App, HKEY_LOCAL_MACHINE);
-  modInstall::RemoveAppPath(*Package);
-  EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, key));
-}
-
 }  // namespace
 }  // namespace kv::test

@@ -9,12 +9,6 @@ namespace {
 
 using MacroFlow = MacroTest;
 
-TEST_F(MacroFlow, NoGroupDoesNothing) {
-  Package->OnInstall.SetGroup(nullptr);
-  Package->OnInstall.Execute(session, *Package);
-  EXPECT_TRUE(ui.Boxes().empty());
-}
-
 TEST_F(MacroFlow, CommandNamesIgnoreBlanksAndCaseAndOnlySquareBracketGroupsRun) {
   Run("[ MakeDir ]\nPath=*appdir*\\eins\n[/ MakeDir ]\n"
       "[MAKEDIR]\nPath=*appdir*\\zwei\n[/makedir]\n"
