@@ -202,7 +202,7 @@ int main() {
     Generate(dir, n);
     // Best of several fresh processes for the times, one more for the heap.
     Result r;
-    for (int run = 0; run < (n >= 100000 ? 3 : 5); ++run) {
+    for (int run = 0; run < (n >= 100000 ? 5 : 9); ++run) {
       Result t = MeasureInChild(dir, false);
       if (t.total < r.total) {
         r.load = t.load, r.load2 = t.load2, r.save = t.save, r.total = t.total;

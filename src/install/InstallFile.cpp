@@ -242,9 +242,15 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   static const std::string shortSysDir = modTools::GetShortPath(sysDir);
   std::string vSrcFolder = sourceFolder, vSrcName = sourceName;
   std::string vDestFolder = destFolder, vDestName = destName;
-  std::string vWinDir = winDir, vSysDir = sysDir, vInstallDir = package.InstalledIn;
+  std::string vWinDir = winDir, vInstallDir = package.InstalledIn;
   if (!session.IsWindowsNT) {
-    const std::string shortSource = modTools::GetShortPath(sourcePath);
+    // A path without a short form (it could not be created) keeps its long
+    // form: an empty folder would make the system copy into the source folder.
+    auto shortForm = [](const std::string& path) {
+      std::string s = modTools::GetShortPath(path);
+      return s.empty() ? path : s;
+    };
+    const std::string shortSource = shortForm(sourcePath);
     vSrcFolder = modTools::ParentFolder(shortSource);
     vSrcName = modTools::FileNamePart(shortSource);
     // A short name exists only for an existing file: make one for a moment.
@@ -258,13 +264,12 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         madeEmpty = true;
       }
     }
-    const std::string shortDest = modTools::GetShortPath(destPath);
+    const std::string shortDest = shortForm(destPath);
     if (madeEmpty) DeleteFileW(wDestPath.c_str());
     vDestFolder = modTools::ParentFolder(shortDest);
     vDestName = modTools::FileNamePart(shortDest);
-    vWinDir = modTools::GetShortPath(winDir);
-    vSysDir = modTools::GetShortPath(sysDir);
-    vInstallDir = modTools::GetShortPath(package.InstalledIn);
+    vWinDir = shortForm(winDir);
+    vInstallDir = shortForm(package.InstalledIn);
   }
   const std::wstring wSrcFolder = W(vSrcFolder), wSrcName = W(vSrcName);
   const std::wstring wDestFolder = W(vDestFolder), wDestName = W(vDestName), wWinDir = W(vWinDir);

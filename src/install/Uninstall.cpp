@@ -113,7 +113,11 @@ void RemoveFolder(Session& session, const std::string& folder, bool quiet) {
     } while (FindNextFileW(search, &found));
     FindClose(search);
   }
-  if (!RemoveDirectoryW(win::Widen(folder).c_str()) && !quiet) session.FolderLeft = true;
+  if (RemoveDirectoryW(win::Widen(folder).c_str()) || quiet) return;
+  // A folder that is not there (a cancel after the path page, before any
+  // file) has not been left behind.
+  const DWORD error = GetLastError();
+  if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) session.FolderLeft = true;
 }
 
 void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPackage* newPackage,

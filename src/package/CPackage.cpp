@@ -37,6 +37,14 @@ std::shared_ptr<CStructuredFileGroup> RequiredGroup(const StructuredItems& items
   return group;
 }
 
+// The value stored under `key`, null when missing or a group (then the
+// caller's default applies, as with GetValue); spares GetValue's copy.
+const std::string* ValueIn(const CStructuredFileGroup& group, std::string_view key) {
+  const StructuredItemPtr* item = group.Items.Find(key);
+  const CStructuredFileProp* prop = item ? (*item)->AsProp() : nullptr;
+  return prop ? &prop->Value : nullptr;
+}
+
 const CStructuredFileGroup& ChildGroup(const StructuredItemPtr& item, std::string_view parent) {
   const CStructuredFileGroup* group = item->AsGroup();
   if (!group) throw VbError(vberr::TypeMismatch, "value line " + item->Name + " inside " + std::string(parent));
@@ -161,20 +169,25 @@ void CPackage::Load2() {
       for (const StructuredItemPtr& child : files->Items) {
         const CStructuredFileGroup* group = child->AsGroup();
         if (!group || !EqualsNoCase(group->Name, "file")) continue;
-        std::string name = group->GetValue("Name", "");
-        if (name.empty()) continue;
+        const std::string* name = ValueIn(*group, "Name");
+        if (!name || name->empty()) continue;
         std::shared_ptr<CFile>* record = nullptr;
-        if (next < Files.size() && Files.HasKeyAt(next) && EqualsNoCase(Files.KeyAt(next), name))
+        if (next < Files.size() && Files.HasKeyAt(next) && EqualsNoCase(Files.KeyAt(next), *name))
           record = &Files[next++];
         else
-          record = Files.Find(name);
+          record = Files.Find(*name);
         if (!record) continue;  // no longer part of the package: forgotten
         try {
-          (*record)->Installed = ToInt32(group->GetValue("Installed", "0"));
+          const std::string* installed = ValueIn(*group, "Installed");
+          (*record)->Installed = ToInt32(installed ? *installed : "0");
         } catch (const VbError&) {
           // A damaged number leaves the old state; the folder is still read.
         }
-        (*record)->InstalledIn = group->GetValue("InstalledIn", InstalledIn);
+        // Copied, not moved out of the tree: the copies land together in the
+        // heap, while moved strings would stay scattered among the tree's
+        // freed blocks and keep that memory from being reused.
+        const std::string* folder = ValueIn(*group, "InstalledIn");
+        (*record)->InstalledIn = folder ? *folder : InstalledIn;
       }
     }
   } catch (const VbError&) {

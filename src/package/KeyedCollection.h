@@ -118,12 +118,14 @@ class KeyedCollection {
   }
   // Removes the entry at 0-based position i (i < size()).
   void RemoveAt(size_t i) {
+    if (entries_[i].keyed) --keyed_;
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
     RebuildIndex();
   }
   void Clear() {
     entries_.clear();
     table_.clear();
+    keyed_ = 0;
   }
   // Room for n entries without reallocation.
   void reserve(size_t n) { entries_.reserve(n); }
@@ -156,6 +158,7 @@ class KeyedCollection {
   }
 
   size_t FindIndex(std::string_view key, uint32_t hash) const {
+    if (keyed_ == 0) return npos;  // e.g. a long list of collection items
     if (table_.empty()) {
       for (size_t i = 0; i < entries_.size(); ++i) {
         const Entry& e = entries_[i];
@@ -176,20 +179,23 @@ class KeyedCollection {
     // Most groups hold a few values: one allocation for the first four.
     if (entries_.capacity() == 0) entries_.reserve(4);
     entries_.push_back(std::move(entry));
-    if (table_.empty()) {
-      if (entries_.size() > kLinearLimit) RebuildIndex();
-    } else if ((entries_.size() + 1) * 2 > table_.size()) {
+    const bool keyed = entries_.back().keyed;
+    if (keyed) ++keyed_;
+    if (keyed_ == 0 || entries_.size() <= kLinearLimit) return;
+    if (table_.empty() || (keyed_ + 1) * 2 > table_.size())
       RebuildIndex();
-    } else if (entries_.back().keyed) {
+    else if (keyed)
       Insert(entries_.size() - 1);
-    }
   }
 
+  // The index covers the keyed entries only, so that a long run of entries
+  // without key costs no table at all. It exists once the collection has
+  // outgrown the linear search and holds at least one key.
   void RebuildIndex() {
     table_.clear();
-    if (entries_.size() <= kLinearLimit) return;
+    if (keyed_ == 0 || entries_.size() <= kLinearLimit) return;
     size_t cap = 16;
-    while (cap < entries_.size() * 2 + 2) cap *= 2;
+    while (cap < keyed_ * 2 + 2) cap *= 2;
     table_.assign(cap, Slot{});
     for (size_t i = 0; i < entries_.size(); ++i)
       if (entries_[i].keyed) Insert(i);
@@ -211,6 +217,7 @@ class KeyedCollection {
 
   std::vector<Entry> entries_;
   std::vector<Slot> table_;
+  size_t keyed_ = 0;  // entries with a key
 };
 
 }  // namespace kv

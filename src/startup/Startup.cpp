@@ -179,7 +179,8 @@ void Main(Session& session, const std::string& commandTail, const StartOptions& 
     return;
   }
 
-  const bool needsRights = command.mode == StartMode::Install || command.mode == StartMode::Maintenance;
+  const bool needsRights = (command.mode == StartMode::Install && !command.unterminated) ||
+                           command.mode == StartMode::Maintenance;
   if (needsRights && options.elevate && !IsElevated()) {
     // The elevated copy does the work; if the user declines, nothing happens.
     RelaunchElevated(RunningExecutable(), commandTail);

@@ -29,7 +29,15 @@ void frmInstalling::tmrStart_Timer() {
 
 void frmInstalling::OnClose() {
   // The page has no buttons; closing it is the user's way to stop the work.
-  if (!session_.Finished) modSetup::CancelSetup(session_);
+  if (session_.Finished || closing_) return;
+  closing_ = true;
+  // The question boxes pump messages: the start timer must not begin the
+  // run while the user is still deciding whether to cancel.
+  const bool beforeRun = !running_;
+  if (beforeRun) KillTimer(hwnd_, tmrStart);
+  modSetup::CancelSetup(session_);
+  if (beforeRun && !session_.Cancelled && hwnd_) SetTimer(hwnd_, tmrStart, kInterval, nullptr);
+  closing_ = false;
 }
 
 }  // namespace kv::ui

@@ -19,6 +19,7 @@ class frmInstalling : public Form {
   static constexpr UINT_PTR tmrStart = 1;
   static constexpr UINT kInterval = 200;  // ms; only long enough to paint first
   bool running_ = false;
+  bool closing_ = false;
 };
 
 }  // namespace kv::ui

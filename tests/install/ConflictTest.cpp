@@ -69,49 +69,64 @@ class ConflictInstallTest : public InstallFixture {
   std::string Existing;
 };
 
-TEST_F(ConflictInstallTest, LanguageConflictKeep) {
-  ConflictSeam seam(VIF_DIFFLANG, false);
-  ui.AnswerConflict(ConflictAnswer::KeepInstalled);
+// Each kind of conflict with each answer.
+struct ConflictCase {
+  DWORD bits;
+  ConflictAnswer answer;
+};
+
+class ConflictAnswerTest : public ConflictInstallTest, public ::testing::WithParamInterface<ConflictCase> {};
+
+TEST_P(ConflictAnswerTest, AnswerDecides) {
+  const ConflictCase c = GetParam();
+  ConflictSeam seam(c.bits, false);
+  ui.AnswerConflict(c.answer);
   CFile& f = AddFile("x.dll");
   Install(f);
+
   ASSERT_EQ(ui.Conflicts().size(), 1u);
   const ConflictQuestion& q = ui.Conflicts()[0];
-  EXPECT_EQ(q.text, kLanguageText);
+  EXPECT_EQ(q.text, (c.bits & VIF_DIFFLANG) ? kLanguageText : kFormatText);
   EXPECT_EQ(q.whatToDo, kWhatToDo);
   EXPECT_EQ(q.oldDescription.rfind("Version: 1.0.0.0\r\n", 0), 0u) << q.oldDescription;
   EXPECT_EQ(q.newDescription.rfind("Version: 2.0.0.0\r\n", 0), 0u) << q.newDescription;
   EXPECT_EQ(ui.PointerAtBox, std::vector<MousePointer>{MousePointer::Default});
-  EXPECT_EQ(ui.GetMousePointer(), MousePointer::Hourglass);
-  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
-  EXPECT_EQ(f.Installed, 2);
-  EXPECT_EQ(f.InstalledIn, App);
-  EXPECT_EQ(seam.Flags, std::vector<DWORD>{VIFF_DONTDELETEOLD});
+  EXPECT_TRUE(ui.Boxes().empty());
+
+  switch (c.answer) {
+    case ConflictAnswer::KeepInstalled:
+      EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
+      EXPECT_EQ(f.Installed, 2);
+      EXPECT_EQ(f.InstalledIn, App);
+      EXPECT_EQ(seam.Flags, std::vector<DWORD>{VIFF_DONTDELETEOLD});
+      EXPECT_EQ(ui.GetMousePointer(), MousePointer::Hourglass);
+      break;
+    case ConflictAnswer::Replace:
+      EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), ReadFileBytes(Medium + "\\x.dll"));
+      EXPECT_EQ(f.Installed, 1);
+      EXPECT_EQ(seam.Flags, (std::vector<DWORD>{VIFF_DONTDELETEOLD, VIFF_DONTDELETEOLD | VIFF_FORCEINSTALL}));
+      EXPECT_EQ(ListFolder(App).size(), 1u);
+      break;
+    case ConflictAnswer::Cancel:
+      // The wizard's cancel procedure, asking form; the user confirms.
+      EXPECT_EQ(CancelCalls, std::vector<bool>{true});
+      EXPECT_TRUE(session.Cancelled);
+      EXPECT_EQ(f.Installed, 0);
+      EXPECT_FALSE(session.FilesInstalled);
+      EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
+      break;
+  }
 }
 
-TEST_F(ConflictInstallTest, FormatConflictReplace) {
-  ConflictSeam seam(VIF_DIFFTYPE, false);
-  ui.AnswerConflict(ConflictAnswer::Replace);
-  CFile& f = AddFile("x.dll");
-  Install(f);
-  ASSERT_EQ(ui.Conflicts().size(), 1u);
-  EXPECT_EQ(ui.Conflicts()[0].text, kFormatText);
-  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), ReadFileBytes(Medium + "\\x.dll"));
-  EXPECT_EQ(f.Installed, 1);
-  EXPECT_EQ(seam.Flags, (std::vector<DWORD>{VIFF_DONTDELETEOLD, VIFF_DONTDELETEOLD | VIFF_FORCEINSTALL}));
-  EXPECT_EQ(ListFolder(App).size(), 1u);
-}
-
-TEST_F(ConflictInstallTest, CancelConfirmedEndsTheCall) {
-  ConflictSeam seam(VIF_DIFFCODEPG, false);
-  ui.AnswerConflict(ConflictAnswer::Cancel);
-  CFile& f = AddFile("x.dll");
-  Install(f);
-  EXPECT_EQ(CancelCalls, std::vector<bool>{true});
-  EXPECT_TRUE(session.Cancelled);
-  EXPECT_EQ(f.Installed, 0);
-  EXPECT_EQ(ReadFileBytes(App + "\\x.dll"), Existing);
-  EXPECT_FALSE(session.FilesInstalled);
-}
+INSTANTIATE_TEST_SUITE_P(
+    LanguageAndFormat, ConflictAnswerTest,
+    ::testing::Values(ConflictCase{VIF_DIFFLANG, ConflictAnswer::KeepInstalled},
+                      ConflictCase{VIF_DIFFLANG, ConflictAnswer::Replace},
+                      ConflictCase{VIF_DIFFLANG, ConflictAnswer::Cancel},
+                      ConflictCase{VIF_DIFFTYPE, ConflictAnswer::KeepInstalled},
+                      ConflictCase{VIF_DIFFTYPE, ConflictAnswer::Replace},
+                      ConflictCase{VIF_DIFFTYPE, ConflictAnswer::Cancel},
+                      ConflictCase{VIF_DIFFCODEPG, ConflictAnswer::Replace}));
 
 TEST_F(ConflictInstallTest, CancelWithdrawnShowsTheDialogAgain) {
   ConflictSeam seam(VIF_DIFFLANG, false);

@@ -76,5 +76,25 @@ TEST(KeyedCollection, LargeCollectionsBehaveLikeSmallOnes) {
   EXPECT_EQ(c[c.size() - 1], 77);
 }
 
+// Long runs of entries without key (the file list of a package) next to a few
+// keyed ones: lookups must find the keys and nothing else.
+TEST(KeyedCollection, FewKeysAmongManyKeylessEntries) {
+  KeyedCollection<int> c;
+  c.Add("vorn", -1);
+  for (int i = 0; i < 3000; ++i) c.Add(i);
+  c.Add("hinten", -2);
+  EXPECT_EQ(*c.Find("VORN"), -1);
+  EXPECT_EQ(*c.Find("Hinten"), -2);
+  EXPECT_EQ(c.Find("mitte"), nullptr);
+  EXPECT_EQ(ErrorOf([&] { c.Add("vorn", 0); }), vberr::DuplicateKey);
+  c.RemoveAt(0);
+  EXPECT_EQ(c.Find("vorn"), nullptr);
+  EXPECT_EQ(*c.Find("hinten"), -2);
+  c.Clear();
+  EXPECT_EQ(c.Find("hinten"), nullptr);
+  c.Add("hinten", 3);
+  EXPECT_EQ(*c.Find("HINTEN"), 3);
+}
+
 }  // namespace
 }  // namespace kv

@@ -4,6 +4,7 @@
 
 #include "package/CPackage.h"
 #include "startup/CommandLine.h"
+#include "startup/Elevation.h"
 #include "startup/PackageIndex.h"
 #include "startup/pages/StartPage.h"
 #include "startup/pages/UninstallPage.h"
@@ -103,6 +104,10 @@ TEST(UninstallPage, UpdateHidesTheNameAndTheLabelIsCentredWithoutClamping) {
   EXPECT_EQ(frmUninstall_LabelTop(300.6, 100), 100);  // 200.6 rounds to 201 first
   EXPECT_EQ(frmUninstall_LabelTop(100, 301), -100);   // taller than the page: negative, cut off at the top
 }
+
+// Installing and maintenance restart elevated when the process is not; under
+// wine the process already counts as elevated, so nothing restarts there.
+TEST(Elevation, TheTestMachineRunsElevated) { EXPECT_TRUE(IsElevated()); }
 
 }  // namespace
 }  // namespace kv::modSetup

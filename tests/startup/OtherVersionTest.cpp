@@ -32,8 +32,9 @@ class OtherVersion : public ::testing::Test {
     modRegTools::SetString(std::string(modSetup::kPackagesKey) + "\\" + key, "Product", product, HKEY_LOCAL_MACHINE);
     modRegTools::SetString(std::string(modSetup::kPackagesKey) + "\\" + key, "Version", version, HKEY_LOCAL_MACHINE);
     world.scratch.MakeFolder("Setup\\Packages\\" + key);
-    std::string ini = usable ? SetupIni(product, version, {{"a.txt", ""}})
-                             : SetupIni(product, version, {{"a.txt", ""}, {"A.txt", ""}});  // duplicate name
+    std::vector<MediumFile> files{{"a.txt", ""}};
+    if (!usable) files.push_back({"A.txt", ""});  // the same name twice: the definition does not load
+    std::string ini = SetupIni(product, version, files);
     world.scratch.WriteFile("Setup\\Packages\\" + key + "\\setup.ini", ini);
   }
   std::vector<std::string> Listed() {

@@ -17,7 +17,7 @@ for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break;
 grep -q holding "$WORK/hold.log" || { touch "$marker"; fail "cannot hold the program file"; }
 
 on_desktop "$(winpath "$m2/setup.exe")"
-drv wait frmStart 120 click frmStart 210 wait frmOtherInstalled 30 click frmOtherInstalled 610 wait frmPath 30 \
+drv wait frmOtherInstalled 120 click frmOtherInstalled 610 wait frmPath 30 \
     click frmPath 310 wait frmEULA 30 click frmEULA 710 || { touch "$marker"; fail "to the installation"; }
 drv wait frmLinks 180 click frmLinks 410 wait frmFinished 30 || { touch "$marker"; fail "finish page"; }
 drv expect frmFinished 800 "Die Installation ist fast abgeschlossen." visible frmFinished 802 1 \

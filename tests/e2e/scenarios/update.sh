@@ -13,7 +13,7 @@ echo "geändert" >> "$app/einstellungen.ini"
 settings=$(md5sum < "$app/einstellungen.ini")
 update_to_2() {
   on_desktop "$(winpath "$m2/setup.exe")"
-  drv wait frmStart 120 click frmStart 210 wait frmOtherInstalled 30 || fail "other-version page"
+  drv wait frmOtherInstalled 120 || fail "other-version page"
   drv expect frmOtherInstalled 600 "Ältere Version bereits installiert" visible frmOtherInstalled 610 1 \
     || fail "other-version page texts"
   shot frmOtherInstalled
