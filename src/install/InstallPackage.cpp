@@ -15,7 +15,6 @@
 #include "package/CStringLongStringStack.h"
 #include "package/StringTools.h"
 #include "platform/FileTools.h"
-#include "platform/SharedFiles.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
 
@@ -47,36 +46,16 @@ bool Delete(const std::string& path) {
   return DeleteFileW(wide.c_str()) != 0;
 }
 
-// Gives the record back what UnregisterFile took when the file in the end was
-// not reinstalled: the old copy is in place, so the status, the shared count
-// and the registration must say so again - otherwise a later uninstallation
-// would leave the file behind.
-void RestoreRecord(Session& session, CFile& file, int32_t installed, const std::string& installedIn, bool wasReleased) {
-  file.Installed = installed;
-  file.InstalledIn = installedIn;
-  session.StatusUnsaved = true;
-  const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
-  const std::string path = modTools::JoinPath(installedIn, name);
-  if (file.SharedFile) modTools::AddSharedFileReference(path, false);
-  if (wasReleased && file.Register != kRegisterNone) RegisterFile(session, path, file.Register);
-}
-
 // Reinstalls one installed file. The installed copy is moved aside under a
 // free name first and comes back under its own name when the new copy could
 // not be installed, so a failed repair never costs the user the file he had.
+// A failed reinstallation leaves the record at 0 (as UnregisterFile set it):
+// the file is no longer ours on record, and the next run that is not a repair
+// installs it again.
 void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStringStack& pending) {
-  const int32_t installed = file.Installed;
   const std::string installedIn = file.InstalledIn;
-  // A file kept at uninstallation (DontUninstall) is reported as left behind
-  // by UnregisterFile; that is no news during a repair.
-  const bool filesLeft = session.FilesLeft;
-  const bool released = UnregisterFile(session, file, /*keepFile=*/true);
-  session.FilesLeft = filesLeft;
-  if (!released) {
-    // A shared file other programs still use stays as it is.
-    RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/false);
-    return;
-  }
+  // False: a shared file other programs still use; it stays as it is.
+  if (!UnregisterFile(session, file, /*keepFile=*/true)) return;
 
   const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
   const std::string current = modTools::JoinPath(installedIn, name);
@@ -92,17 +71,15 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   file.Installed = 0;
   InstallPackageFile(session, package, file, &pending);
 
-  // Success only counts when the new copy is where the record says; the file
-  // installation may also settle for a copy it found elsewhere.
-  if (file.Installed != 0 && modTools::FileExists(modTools::JoinPath(file.InstalledIn, name))) {
+  if (file.Installed != 0) {
     // The old copy may still be loaded by a running program: then it goes at
     // the next restart instead of staying around under its odd name.
     if (!aside.empty() && !Delete(aside)) MoveFileAtRestart(session, aside, "");
     return;
   }
+  // Replacing: a copy that arrived unrecorded (its registration was aborted)
+  // must not keep the old one under its free name.
   if (!aside.empty()) Rename(aside, current, /*replace=*/true);
-  if (file.Installed == 0 && modTools::FileExists(current))
-    RestoreRecord(session, file, installed, installedIn, /*wasReleased=*/true);
 }
 
 // False when the user cancelled: the run ends after the current file.
@@ -156,12 +133,6 @@ void SchedulePendingReplacements(Session& session, const CStringLongStringStack&
   }
 }
 
-// A cancelled run never schedules its temporary copies; they would stay in
-// the program folder under their odd names.
-void DiscardPendingCopies(const CStringLongStringStack& pending) {
-  for (int32_t i = 1; i <= pending.Count(); ++i) Delete(pending.ItemData(i));
-}
-
 // Writes what the run recorded. After a cancellation whose rollback already
 // removed the package data there is nothing to write into - and recreating
 // status.ini would leave exactly what the rollback took away.
@@ -194,8 +165,6 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
     Quietly([&] { SchedulePendingReplacements(session, pending); });
     // Measured on the interaction's clock (monotonic, so no midnight wrap).
     while (ui.Now() <= start + kMinimumDisplaySeconds) ui.DoEvents();
-  } else {
-    Quietly([&] { DiscardPendingCopies(pending); });
   }
 
   // Files a macro installed are on record too.

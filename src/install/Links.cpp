@@ -111,12 +111,12 @@ void DeleteLinkFiles(const std::string& suffix, const std::string& folder) {
 }
 
 bool RemoveEmptyFolders(const std::string& folder, bool keepTop) {
-  bool allGone = true;
-  for (const FolderEntry& entry : ListFolder(folder)) {
-    if (!entry.isFolder || !RemoveEmptyFolders(modTools::JoinPath(folder, entry.name), false)) allGone = false;
-  }
-  if (keepTop) return allGone;
-  return RemoveFolder(folder);
+  for (const FolderEntry& entry : ListFolder(folder))
+    if (entry.isFolder) RemoveEmptyFolders(modTools::JoinPath(folder, entry.name), false);
+  // The top is tried like every other folder; keepTop only says that the
+  // caller holds on to it, so it never counts as removed.
+  const bool removed = RemoveFolder(folder);
+  return removed && !keepTop;
 }
 
 }  // namespace kv::modInstall

@@ -35,10 +35,10 @@ void UnregisterLinkClass(const CPackage& package);
 // stays. Errors are ignored.
 void DeleteLinkFiles(const std::string& suffix, const std::string& folder);
 
-// Removes the empty folders of the tree below `folder` (deepest first), and
-// `folder` itself unless keepTop. Files are never deleted. Returns true when
-// nothing of the tree is left: `folder` was removed, or with keepTop it is
-// empty now. Errors are ignored.
+// Removes the empty folders of the tree below `folder` (deepest first), then
+// tries `folder` itself. Files are never deleted. Returns true when `folder`
+// was removed and keepTop is false; with keepTop the result is always false
+// (the caller keeps the top on its books). Errors are ignored.
 bool RemoveEmptyFolders(const std::string& folder, bool keepTop);
 
 }  // namespace kv::modInstall

@@ -26,13 +26,10 @@ namespace {
   throw VbError(number, std::string(what) + " failed, system error " + std::to_string(code));
 }
 
+// A file that is not there fails too: the author asked for a deletion, and
+// silentdeletefile is the form for files that may be missing.
 void DeleteOneFile(const std::string& path) {
-  if (DeleteFileW(win::Widen(path).c_str())) return;
-  // The goal is a path without that file: one that is not there is fine.
-  DWORD code = GetLastError();
-  if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) return;
-  SetLastError(code);
-  Fail("DeleteFile");
+  if (!DeleteFileW(win::Widen(path).c_str())) Fail("DeleteFile");
 }
 
 void CopyOneFile(const std::string& from, const std::string& to) {
@@ -43,10 +40,8 @@ void RenameOne(const std::string& from, const std::string& to) {
   if (!MoveFileW(win::Widen(from).c_str(), win::Widen(to).c_str())) Fail("MoveFile");
 }
 
+// One folder, no parents; an existing folder fails like any other refusal.
 void MakeOneFolder(const std::string& path) {
-  // Running a macro twice (a repair runs them again) must not fail on the
-  // folder the first run made.
-  if (modTools::FolderExists(path)) return;
   if (!CreateDirectoryW(win::Widen(path).c_str(), nullptr)) Fail("CreateDirectory");
 }
 

@@ -36,7 +36,7 @@ enum class Command {
   InstallFile,
   // deletefile Path
   //   Deletes the file. A path that is empty or holds "*" or "?" is refused
-  //   without a word. An already missing file is fine.
+  //   without a word. A missing file is a failure (use silentdeletefile).
   //   Message: "Die Datei konnte nicht gelöscht werden." CR LF path.
   DeleteFile,
   // silentdeletefile Path - deletefile without any prompt.
@@ -46,7 +46,7 @@ enum class Command {
   //   asks (a folder that still holds files simply stays).
   RemoveDir,
   // makedir Path
-  //   Creates one folder; its parent must exist. An existing folder is fine.
+  //   Creates one folder; its parent must exist. An existing folder fails.
   //   Message: "Der Ordner konnte nicht erstellt werden." CR LF path.
   MakeDir,
   // copyfile FromPath ToPath

@@ -6,8 +6,9 @@
 // VbError DuplicateKey (457) and leaves the collection unchanged.
 //
 // Small collections (most groups of a package file hold a handful of values)
-// are searched linearly; a hash index is built once a collection grows past a
-// few entries, so that the file list of a large package stays O(1) per lookup.
+// are searched linearly; a hash index over the keyed entries is built once a
+// collection grows past a few entries, so that the file list of a large
+// package stays O(1) per lookup.
 #include <cstddef>
 #include <compare>
 #include <cstdint>
@@ -23,7 +24,6 @@
 
 namespace kv {
 
-//
 // KeyOf: void (the collection keeps a copy of each key), or a function object
 // that returns the key of a value. With KeyOf the key is the value's own name
 // (Add checks that) and no copy is kept: the structured file's groups hold

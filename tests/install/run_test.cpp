@@ -12,6 +12,7 @@
 #include "install/UninstallEntry.h"
 #include "package/Text.h"
 #include "platform/RegTools.h"
+#include "platform/SharedFiles.h"
 
 namespace kv::test {
 namespace {
@@ -328,14 +329,23 @@ TEST_F(InUseRun, FileInUseIsReplacedAtRestartDeletionFirst) {
   EXPECT_TRUE(SamePath(entries[n - 1], target)) << win::Narrow(entries[n - 1]);
 }
 
-TEST_F(InUseRun, CancelledRunLeavesNoTemporaryCopyBehind) {
+TEST_F(InUseRun, CancelledRunSchedulesNoReplacement) {
+  SessionManagerKey sessionManager;
+  ASSERT_TRUE(sessionManager.IsOpen());
   {
     HeldOpen running(target);
     ui.OnDoEvents = [this] { session.Cancelled = true; };  // right after prog.exe
     RunInstall();
   }
+  std::vector<std::wstring> entries = sessionManager.Entries();
+  sessionManager.ForgetBelow(Scratch.Path());
   EXPECT_FALSE(session.RestartRequired);
-  EXPECT_EQ(ListFolder(App), std::vector<std::string>{"prog.exe"});
+  for (const std::wstring& entry : entries)
+    EXPECT_EQ(LowerCase(win::Narrow(entry)).find(LowerCase(Scratch.Path())), std::string::npos) << win::Narrow(entry);
+  // The run ends at once; the copy it made stays untouched (the cancel
+  // procedure, not the run, decides what is removed).
+  EXPECT_EQ(ReadFileBytes(App + "\\prog (1).exe"), ReadFileBytes(Medium + "\\prog.exe"));
+  EXPECT_EQ(ReadFileBytes(target), oldBytes);
 }
 
 // --- repair -----------------------------------------------------------------
@@ -394,9 +404,31 @@ TEST_F(RepairRun, FailedReinstallLeavesTheOldFileUnderItsOwnName) {
   std::vector<std::string> names = ListFolder(App);
   std::sort(names.begin(), names.end());
   EXPECT_EQ(names, (std::vector<std::string>{"Daten", "Frisch", "hilfe.txt", "prog.exe"}));
-  // The record still owns the file, so an uninstallation will remove it.
-  EXPECT_EQ(File("hilfe.txt").Installed, 1);
+  // The record says "not installed", as the unregistration left it...
+  EXPECT_EQ(File("hilfe.txt").Installed, 0);
+  EXPECT_EQ(SavedRecord("hilfe.txt").first, 0);
+
+  // ...so the next ordinary run installs it again over the old copy.
+  Scratch.WriteFile("medium\\hilfe.txt", "HILFE 3");
+  RemoveDirectoryW(win::Widen(App + "\\Frisch").c_str());
+  RunInstall();
+  EXPECT_EQ(ui.Boxes().size(), 1u);
+  EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "HILFE 3");
   EXPECT_EQ(SavedRecord("hilfe.txt").first, 1);
+}
+
+TEST_F(RepairRun, SharedFileStillUsedElsewhereIsLeftAsItIs) {
+  CFile& help = File("hilfe.txt");
+  help.SharedFile = true;
+  const std::string path = App + "\\hilfe.txt";
+  reg::SetNumber(modTools::kSharedDllsKey, path, 2, HKEY_LOCAL_MACHINE);
+  RunInstall(true);
+
+  EXPECT_EQ(ReadFileBytes(path), "HILFE");  // neither moved aside nor replaced
+  EXPECT_EQ(reg::GetNumber(modTools::kSharedDllsKey, path, -1, HKEY_LOCAL_MACHINE), 1);
+  EXPECT_EQ(help.Installed, 0);  // our reference is given up, on record too
+  EXPECT_EQ(SavedRecord("hilfe.txt").first, 0);
+  EXPECT_EQ(ReadFileBytes(App + "\\prog.exe"), "PROGRAMM 2");
 }
 
 TEST_F(RepairRun, RegistrationPhaseIsSkipped) {

@@ -40,14 +40,25 @@ TEST_F(FileCommands, EachCommandDoesItsWorkWithExpandedPaths) {
   EXPECT_TRUE(Exists(m + "\\voll\\keep.txt"));  // removedir never touches files
 }
 
-TEST_F(FileCommands, RepeatedMakedirAndDeletefileAreHarmless) {
-  // A repair runs the macros a second time over what the first run left.
+TEST_F(FileCommands, MakedirOnAnExistingFolderAndDeletefileOnAMissingFileAsk) {
+  // A second run (a repair runs the macros again) meets what the first left:
+  // the folder is there and the file is gone; both are refusals that ask.
   const std::string body = "[makedir]\nPath=*appdir*\\Daten\n[/makedir]\n"
-                           "[deletefile]\nPath=*appdir*\\nie-da.txt\n[/deletefile]";
+                           "[deletefile]\nPath=*appdir*\\nie-da.txt\n[/deletefile]\n"
+                           "[silentdeletefile]\nPath=*appdir*\\nie-da.txt\n[/silentdeletefile]";
+  ui.Answer(MsgResult::Ignore);  // the first run: only deletefile complains
   Run(body);
-  Run(body);
-  EXPECT_TRUE(ui.Boxes().empty());
+  ASSERT_EQ(ui.Boxes().size(), 1u);
+  EXPECT_EQ(ui.Boxes()[0].request.text, Prompt("Die Datei konnte nicht gelöscht werden.\r\n" + App + "\\nie-da.txt"));
   EXPECT_TRUE(Exists(App + "\\Daten"));
+
+  ui.Answer(MsgResult::Ignore);
+  ui.Answer(MsgResult::Ignore);
+  Run(body);
+  ASSERT_EQ(ui.Boxes().size(), 3u);
+  EXPECT_EQ(ui.Boxes()[1].request.text, Prompt("Der Ordner konnte nicht erstellt werden.\r\n" + App + "\\Daten"));
+  EXPECT_EQ(ui.Boxes()[2].request.text, Prompt("Die Datei konnte nicht gelöscht werden.\r\n" + App + "\\nie-da.txt"));
+  EXPECT_EQ(ui.UnusedAnswers(), 0u);
 }
 
 TEST_F(FileCommands, FailuresShowTheirMessageWithTheExpandedPath) {

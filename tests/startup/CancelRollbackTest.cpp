@@ -188,6 +188,25 @@ TEST_F(Cancel, AfterTheRegistrationPhaseRemovesLinksAndRegistrationsToo) {
   EXPECT_TRUE(Removed(before, after).empty());
 }
 
+TEST_F(Cancel, TheEnginesOwnAbortRollsBackWithoutAsking) {
+  auto run = world.Start("-ifp \"" + medium + "\"");
+  Session& s = run->session;
+  ChoosePath(s);
+  modSetup::StartInstallation(s);
+  bool aborted = false;
+  run->ui.OnDoEvents = [&] {
+    if (aborted || !modTools::FileExists(InstallFolder() + "\\a.txt")) return;
+    aborted = true;
+    s.CancelSetup(/*ask=*/false);  // what the file installation calls when the system fails it
+  };
+  modInstall::InstallPackage(s, *s.Package, false, false);
+  EXPECT_TRUE(aborted);
+  EXPECT_TRUE(run->ui.Boxes().empty());
+  EXPECT_TRUE(s.Cancelled);
+  EXPECT_FALSE(modTools::FileExists(InstallFolder()));
+  EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0"));
+}
+
 TEST_F(Cancel, AbbrechenInTheThreeButtonQuestionChangesNothing) {
   auto run = world.Start("-ifp \"" + medium + "\"");
   Session& s = run->session;

@@ -128,6 +128,32 @@ TEST_F(Uninstalling, UpdateKeepsWhatTheNewVersionBringsAndLowersItsSharedCount) 
   EXPECT_EQ(run->ui.CurrentPage(), PageId::Installing);
 }
 
+// A machine of its own per round (one registry guard at a time), so no fixture.
+TEST(RemovingTheOldVersion, RunsTheUpdateMacrosOnlyForAnUpdate) {
+  // The old version marks which of its removal macros ran.
+  const std::string macros =
+      "<onuninstallatupdate>\r\n[regsetstring]\r\nKey=HKEY_CURRENT_USER\\Software\\Kivra\\Spur\r\n"
+      "Value=Makro\r\nData=update\r\n[/regsetstring]\r\n</onuninstallatupdate>\r\n"
+      "<oncompleteuninstall>\r\n[regsetstring]\r\nKey=HKEY_CURRENT_USER\\Software\\Kivra\\Spur\r\n"
+      "Value=Makro\r\nData=komplett\r\n[/regsetstring]\r\n</oncompleteuninstall>\r\n";
+  for (bool update : {true, false}) {
+    SCOPED_TRACE(update ? "update" : "uninstall, then install");
+    StartupWorld fresh;
+    std::vector<MediumFile> one{{"a.txt", "A"}};
+    fresh.InstallComplete(fresh.MakeMedium("m1", SetupIni("Demo", "1.0", one, "", macros), one));
+    auto run = fresh.Start("-ifp \"" + fresh.MakeMedium("m2", SetupIni("Demo", "2.0", one), one) + "\"");
+    Session& s = run->session;
+    ASSERT_TRUE(s.OtherPackage);
+    s.PackageToRemoveFirst = s.OtherPackage;
+    s.IsUpdate = update;
+    modSetup::StartInstallation(s);
+    EXPECT_EQ(modRegTools::GetString("Software\\Kivra\\Spur", "Makro", "", HKEY_CURRENT_USER),
+              update ? "update" : "komplett");
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "Software\\Kivra\\Setup\\Packages\\Demo_1.0"));
+    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, "Software\\Kivra\\Setup\\Packages\\Demo_2.0"));
+  }
+}
+
 TEST_F(Uninstalling, ReinstallKeepsThePackageDataOfThePackageItself) {
   Install("Demo", "1.0", files);
   auto run = world.Start("-m \"Demo_1.0\"");

@@ -210,7 +210,7 @@ int SelfDelete(const std::string& installerExe, const std::string& folder, uint3
   const ULONGLONG deadline = GetTickCount64() + timeoutMs;
   bool gone = false;
   for (;;) {
-    bool ended = true; // MUTATION WaitForProcessesOf(installerExe, deadline);
+    bool ended = WaitForProcessesOf(installerExe, deadline);
     if (ended && DeleteIfPresent(installerExe)) {
       gone = true;
       break;

@@ -31,6 +31,6 @@ cmp -s "$m1/notizen.exe" "$app/notizen.exe" || fail "the file in use was replace
 say "restarting the prefix"
 timeout 300 "$KV_WINE" wineboot -r </dev/null >/dev/null 2>&1
 cmp -s "$m2/notizen.exe" "$app/notizen.exe" || fail "the restart did not put version 2.0 in place"
-leftover=$(find "$app" -maxdepth 1 -type f ! -name notizen.exe ! -name hilfe.txt ! -name neu.txt ! -name einstellungen.ini)
+leftover=$(find "$app" -maxdepth 1 -type f ! -name notizen.exe ! -name hilfe.txt ! -name neu.txt ! -name einstellungen.ini ! -name alt.txt)
 [ -z "$leftover" ] || fail "temporary copies left: $leftover"
 say "ok"
