@@ -2,8 +2,10 @@
 # Runs the benchmarks of a bench build and prints their figures.
 #   scripts/run-bench.sh [build folder, default build/bench]
 # Native benchmarks: every executable *_bench in <build>/bench/.
-# Windows benchmarks: every *_bench.exe in $KV_BENCH_WINDOWS_BUILD/bench/
-# (default build/windows), run under wine with a session of their own.
+# Windows benchmarks: every *_bench.exe in $KV_BENCH_WINDOWS_BUILD/bench/,
+# only when that variable names a Windows build folder: the script then
+# starts and stops that folder's wine session, which must not be in use by a
+# test run at the same time.
 # A new benchmark needs no change here as long as it follows the naming.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -23,7 +25,9 @@ run_native() {
 }
 
 run_windows() {
-  local wbuild=${KV_BENCH_WINDOWS_BUILD:-$root/build/windows}
+  [ -n "${KV_BENCH_WINDOWS_BUILD:-}" ] || return 0
+  local wbuild=$KV_BENCH_WINDOWS_BUILD
+  case "$wbuild" in /*) ;; *) wbuild="$root/$wbuild" ;; esac
   local exes=()
   for exe in "$wbuild"/bench/*_bench.exe; do
     [ -f "$exe" ] && exes+=("$exe")

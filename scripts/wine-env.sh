@@ -5,7 +5,8 @@ export WINEPREFIX="$KV_BUILD_DIR/wineprefix"
 export WINEDEBUG=-all
 export WINEARCH=win64
 # Keep wine from offering to install Mono/Gecko on a fresh prefix.
-export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+# A crashing test must fail, not wait in the crash debugger.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d;winedbg.exe=d"
 KV_WINE=$(command -v wine64 || command -v wine || echo /usr/lib/wine/wine64)
 KV_WINESERVER=$(command -v wineserver || echo /usr/lib/wine/wineserver)
 [ -x "$KV_WINESERVER" ] || KV_WINESERVER=/usr/lib/wine/wineserver

@@ -54,8 +54,11 @@ bool Delete(const std::string& path) {
 // installs it again.
 void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStringStack& pending) {
   const std::string installedIn = file.InstalledIn;
-  // False: a shared file other programs still use; it stays as it is.
-  if (!UnregisterFile(session, file, /*keepFile=*/true)) return;
+  const bool released = UnregisterFile(session, file, /*keepFile=*/true);
+  // The unregistration changed the record; status.ini must follow it.
+  session.StatusUnsaved = true;
+  // Not released: a shared file other programs still use; it stays as it is.
+  if (!released) return;
 
   const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
   const std::string current = modTools::JoinPath(installedIn, name);

@@ -8,7 +8,6 @@
 #include "package/CStructuredFile.h"
 #include "package/Text.h"
 #include "package/VbError.h"
-#include "platform/FileTools.h"
 #include "platform/WinString.h"
 
 namespace kv::macro {

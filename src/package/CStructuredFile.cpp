@@ -146,7 +146,8 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
         throw VbError(vberr::OutOfStackSpace, "groups nested too deeply");
       bool collection = first == '[';
       auto child = std::allocate_shared<CStructuredFileGroup>(ArenaAllocator<CStructuredFileGroup>(*reader.arena),
-                                                              std::string(TrimBlanks(line.substr(1, n - 2))), collection);
+                                                              std::string(TrimBlanks(line.substr(1, n - 2))), collection,
+                                                              reader.arena->get());
       if (collection)
         Items.Add(child);
       else

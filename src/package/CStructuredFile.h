@@ -117,10 +117,14 @@ class CStructuredFileGroup final : public CStructuredFileItem {
   CStructuredFileGroup() = default;
   explicit CStructuredFileGroup(std::string name, bool collectionItem = false)
       : CStructuredFileItem(std::move(name)), CollectionItem(collectionItem) {}
+  // A group read from a file keeps its item list in the file's arena.
+  CStructuredFileGroup(std::string name, bool collectionItem, std::pmr::memory_resource* memory)
+      : CStructuredFileItem(std::move(name)), CollectionItem(collectionItem), Items(memory) {}
   bool IsGroup() const override { return true; }
 
   bool CollectionItem = false;  // written with square brackets, kept without key
   StructuredItems Items;        // file order; values and named groups keyed by Name
+                                // (copy it rather than move it out of a parsed group)
 
   // The value stored under `name`; `defaultValue` when there is none or the
   // item under that name is a group. Never fails.

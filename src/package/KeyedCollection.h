@@ -13,6 +13,7 @@
 #include <compare>
 #include <cstdint>
 #include <iterator>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -73,8 +74,14 @@ class KeyedCollection {
 
  public:
   using value_type = T;
-  using iterator = ValueIterator<typename std::vector<Entry>::iterator, T>;
-  using const_iterator = ValueIterator<typename std::vector<Entry>::const_iterator, const T>;
+  using iterator = ValueIterator<typename std::pmr::vector<Entry>::iterator, T>;
+  using const_iterator = ValueIterator<typename std::pmr::vector<Entry>::const_iterator, const T>;
+
+  KeyedCollection() = default;
+  // Entries are placed in `memory` (the arena of a parsed file), which must
+  // outlive the collection; the hash index always uses the ordinary heap. A
+  // copy uses the ordinary heap again.
+  explicit KeyedCollection(std::pmr::memory_resource* memory) : entries_(memory) {}
 
   // Appends `value` under `key`; throws VbError(457) if the key is taken.
   void Add(std::string_view key, T value) {
@@ -215,7 +222,7 @@ class KeyedCollection {
     uint32_t index = 0;
   };
 
-  std::vector<Entry> entries_;
+  std::pmr::vector<Entry> entries_;
   std::vector<Slot> table_;
   size_t keyed_ = 0;  // entries with a key
 };

@@ -10,12 +10,13 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <new>
 #include <vector>
 
 namespace kv {
 
-class NodeArena {
+class NodeArena : public std::pmr::memory_resource {
  public:
   NodeArena() = default;
   NodeArena(const NodeArena&) = delete;
@@ -47,7 +48,14 @@ class NodeArena {
   }
 
  private:
-  ~NodeArena() = default;
+  ~NodeArena() override = default;
+
+  // As a memory resource (for the item lists of the groups in the arena).
+  // Alignments above that of new[] never occur for what is placed here.
+  void* do_allocate(size_t bytes, size_t align) override { return Allocate(bytes, align); }
+  void do_deallocate(void*, size_t, size_t) override {}
+  bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override { return this == &other; }
+
   static constexpr size_t kFirstBlock = 2 * 1024;
   static constexpr size_t kMaxBlock = 256 * 1024;
   size_t nextBlock_ = 0;

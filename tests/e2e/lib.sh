@@ -40,7 +40,27 @@ reg() {
 shot() {
   shot_no=$((shot_no + 1))
   sleep 0.4
-  xwd -root -silent -display "$DISPLAY" | /usr/bin/convert xwd:- -crop 800x600+0+0 +repage \
+  xwd -root -silent -display "$DISPLAY" 2>/dev/null | /usr/bin/convert xwd:- -crop 800x600+0+0 +repage \
+    "$SHOTS/$(printf %02d $shot_no)-$1.png" 2>/dev/null || true
+}
+
+# Ends installer processes left in this build's prefix (a failed scenario
+# leaves its wizard open; it would hold the installer folder). Only processes
+# whose environment names this prefix are touched.
+kill_installers() {
+  local p
+  for p in /proc/[0-9]*; do
+    { tr '\0' ' ' <"$p/cmdline"; } 2>/dev/null | grep -qiE 'KVSetup\.exe|setup\.exe|DelKVStp\.exe|dllregsv\.exe' || continue
+    { tr '\0' '\n' <"$p/environ"; } 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" || continue
+    kill "${p#/proc/}" 2>/dev/null
+  done
+  return 0
+}
+
+# The same at once, for pages that stay only a moment.
+shot_now() {
+  shot_no=$((shot_no + 1))
+  xwd -root -silent -display "$DISPLAY" 2>/dev/null | /usr/bin/convert xwd:- -crop 800x600+0+0 +repage \
     "$SHOTS/$(printf %02d $shot_no)-$1.png" 2>/dev/null || true
 }
 
@@ -48,6 +68,8 @@ fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2
   shot failure
   timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" list 2>/dev/null | grep 'visible=1' >&2 || true
+  timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" box - 0 1 >&2 2>/dev/null || true
+  kill_installers
   exit 1
 }
 
@@ -77,6 +99,7 @@ own_shell_folders() {
 # Removes every trace of earlier runs: installer folder, packages, their
 # registry entries, proxies and the self-delete helper.
 reset_machine() {
+  kill_installers
   own_shell_folders
   rm -rf "$PF/Kivra" "$C/windows/DelKVStp.exe" "$C/Kivra-e2e"
   find "$C/users" "$C/ProgramData" -iname '*.kvsetuplink_*' -delete 2>/dev/null || true

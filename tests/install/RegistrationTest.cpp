@@ -218,6 +218,44 @@ TEST_F(RegistrationTest, UnregisterFileLeavesWhatItMustLeave) {
   EXPECT_FALSE(session.FilesLeft);
 }
 
+// A shared file that the date rule keeps (no copy) is still counted,
+// registered and recorded, at the place where it already was.
+TEST_F(RegistrationTest, KeptSharedFileIsStillCountedAndRegistered) {
+  const std::string common = Scratch.MakeFolder("Gemeinsame Dateien");
+  const std::string existing = common + "\\Dienst.exe";
+  CopyFileW(win::Widen(WinePath(KV_RECORDER_EXE)).c_str(), win::Widen(existing).c_str(), FALSE);
+  CopyFileW(win::Widen(WinePath(KV_RECORDER_EXE)).c_str(), win::Widen(Medium + "\\Dienst.exe").c_str(), FALSE);
+  SetStamps(Medium + "\\Dienst.exe", 2005);
+  SetStamps(existing, 2010);
+  CFile& f = AddFile("Dienst.exe", common);
+  f.SharedFile = true;
+  f.Register = 3;
+  Install(f);
+
+  EXPECT_EQ(StampYear(existing, false), 2010);  // not copied
+  EXPECT_EQ(LogLines(Log, 1), std::vector<std::string>{"\"" + existing + "\" /REGSERVER"});
+  EXPECT_EQ(modRegTools::GetNumber(modTools::kSharedDllsKey, existing, -1, HKEY_LOCAL_MACHINE), 2);
+  EXPECT_EQ(f.Installed, 1);
+  EXPECT_EQ(f.InstalledIn, common);
+  EXPECT_TRUE(ui.Boxes().empty());
+}
+
+// A shared file other programs still use keeps its registration on removal.
+TEST_F(RegistrationTest, SharedFileStillUsedKeepsItsRegistration) {
+  CFile& f = InstallWithKind("Dienst.exe", 3, WinePath(KV_RECORDER_EXE));
+  const std::string path = App + "\\Dienst.exe";
+  ASSERT_EQ(LogLines(Log, 1).size(), 1u);
+  f.SharedFile = true;
+  modRegTools::SetNumber(modTools::kSharedDllsKey, path, 3, HKEY_LOCAL_MACHINE);
+  EXPECT_FALSE(UnregisterFile(session, f, false));
+  EXPECT_TRUE(Exists(path));
+  // A server installed afterwards proves that started programs got to write;
+  // an unregistration would have been started before it.
+  InstallWithKind("zeuge.exe", 3, WinePath(KV_RECORDER_EXE));
+  EXPECT_EQ(LogLines(Log, 2), (std::vector<std::string>{"\"" + path + "\" /REGSERVER",
+                                                         "\"" + App + "\\zeuge.exe\" /REGSERVER"}));
+}
+
 TEST_F(RegistrationTest, UndeletableFileIsLeftAndFlagged) {
   Scratch.MakeFolder("Programme\\Testprogramm");
   const std::string path = Scratch.WriteFile("Programme\\Testprogramm\\offen.dll", "x");

@@ -85,6 +85,8 @@ TEST_F(RegistryCommands, IfregstringComparesDataExactlyAndDataNotAsInequality) {
       "[ifregstring]\n" + key + "Data=Full\nDataNot=Full\n" + mark("datawins") + "[/ifregstring]\n"
       "[ifregstring]\n" + key + mark("neither") + "[/ifregstring]\n"
       "[ifregstring]\n" + key + "Data=\nDataNot=\n" + mark("empty") + "[/ifregstring]\n"
+      // The "not given" marker written out is not given: DataNot decides.
+      "[ifregstring]\n" + key + "Data=\\\\\\INVALID\\\\\\\nDataNot=Basic\n" + mark("marker") + "[/ifregstring]\n"
       "[ifregstring]\nKey=HKEY_LOCAL_MACHINE\\Software\\X\nValue=Fehlt\nDataNot=Full\n" + mark("missing") +
       "[/ifregstring]\n");
   auto marked = [](const char* name) { return ValueExists(HKEY_CURRENT_USER, "Software\\Marks", name); };
@@ -95,6 +97,7 @@ TEST_F(RegistryCommands, IfregstringComparesDataExactlyAndDataNotAsInequality) {
   EXPECT_TRUE(marked("datawins"));
   EXPECT_FALSE(marked("neither"));
   EXPECT_FALSE(marked("empty"));
+  EXPECT_TRUE(marked("marker"));
   EXPECT_TRUE(marked("missing"));  // a missing value reads as ""
   EXPECT_TRUE(ui.Boxes().empty());
 }

@@ -163,6 +163,14 @@ TEST(StructuredFileTree, ItemsOutliveTheFileTheyWereReadWith) {
   }
   ASSERT_NE(kept, nullptr);
   EXPECT_EQ(kept->Items[0]->AsGroup()->GetValue("path", ""), "x");
+  // The group can still grow (its item list lives with the file's items).
+  for (int i = 0; i < 20; ++i) kept->SetValue("neu" + std::to_string(i), "v");
+  EXPECT_EQ(kept->Items.size(), 21u);
+  EXPECT_EQ(kept->GetValue("NEU19", ""), "v");
+  StructuredItems copy = kept->Items;
+  kept.reset();
+  EXPECT_EQ(copy.size(), 21u);
+  EXPECT_TRUE(copy.Contains("neu7"));
 }
 
 TEST(StructuredFileTree, CloneIsADeepIndependentCopy) {

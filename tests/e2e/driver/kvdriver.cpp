@@ -18,6 +18,7 @@
 //   close FORM                   the close box of the form
 //   box TEXT BUTTONID [SECONDS]  waits for a message box containing TEXT
 //                                ("-" for any), prints it, presses the button
+//                                (button 0: leaves the box open)
 //   nobox [SECONDS]              no message box appears within the time
 //   reg ROOT KEY [VALUE]         prints a value (default value: "@")
 //   noreg ROOT KEY [VALUE]       the key (or value) does not exist
@@ -356,6 +357,10 @@ int wmain(int argc, wchar_t** wargv) {
       std::printf("BOX [%s] %s | %s\n", Narrow(WindowText(b.hwnd)).c_str(), Narrow(b.text).c_str(),
                   ButtonLabels(b.hwnd).c_str());
       std::fflush(stdout);
+      if (id == 0) {
+        i += 2 + consumedSeconds(2);
+        continue;
+      }
       HWND btn = GetDlgItem(b.hwnd, id);
       if (!btn) Fail("the box has no button " + std::to_string(id) + ": " + ButtonLabels(b.hwnd));
       Press(b.hwnd, btn, id);

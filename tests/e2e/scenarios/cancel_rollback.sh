@@ -25,7 +25,6 @@ for _ in $(seq 1 600); do [ -e "$C/Kivra-e2e/Ziel/demo.exe" ] && break; sleep 0.
 [ -e "$C/Kivra-e2e/Ziel/demo.exe" ] || fail "no file was installed"
 drv close frmInstalling || fail "closing the progress page"
 drv box "Es wurden bereits Dateien installiert" 6 60 || fail "rollback question"
-shot rollback
 drv none 120 || fail "the wizard did not end after the rollback"
 for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
 no_path "$C/Kivra-e2e/Ziel"

@@ -12,9 +12,11 @@ say "wizard ended; checking the machine"
 
 key='Kivra Demo_1.0'
 app="$PF/Kivra/Demo"
-for f in demo.exe liesmich.txt kvkomp.dll kvdemo.tlb Schriften/KivraDemo.ttf "Daten/Übersicht.txt"; do
+for f in demo.exe liesmich.txt kvkomp.dll kvdemo.tlb Schriften/KivraDemo.ttf; do
   need_file "$app/$f"
 done
+# The oninstall macro's copy of the read-me.
+[ -n "$(find "$app" -name 'Übersicht.txt')" ] || fail "the oninstall macro did not copy liesmich.txt"
 need_file "$PF/Kivra/Gemeinsam/kvgemein.dll"
 cmp -s "$medium/demo.exe" "$app/demo.exe" || fail "demo.exe differs from the medium's copy"
 
