@@ -28,31 +28,32 @@ trap stop_wine EXIT
 # The wine server (and, headless, a private Xvfb) for this build folder.
 "$root/scripts/wine-session" start "$build" >/dev/null
 . "$root/scripts/wine-env.sh"
-[ $headless -eq 0 ] && export DISPLAY=$user_display
-
 shots=$build/demo-shots
 export E2E_SHOTS=$shots
 # The scenario helpers: driver, pictures, clean machine, medium.
 . "$root/tests/e2e/lib.sh" "$build" demo
+# (The helpers point DISPLAY to the private Xvfb; a person's screen wins.)
+[ $headless -eq 0 ] && export DISPLAY=$user_display
 reset_machine
 medium=$(make_medium demo)
 echo "demo: medium written to $medium"
 
 if [ $headless -eq 1 ]; then
   echo "demo: no \$DISPLAY - installing headless under Xvfb along the default path"
-  install_fresh "$medium" shots 1 1 1
+  install_fresh "$medium" 1 1 1
   echo "demo: pictures of every page in $SHOTS"
   ls "$SHOTS" | sed 's/^/        /'
 else
   echo "demo: starting setup.exe on $DISPLAY - click through the wizard"
   "$KV_WINE" "$(winpath "$medium/setup.exe")" </dev/null >/dev/null 2>&1 || true
   # setup.exe hands over to KVSetup.exe and ends: wait for the wizard.
-  "$KV_WINESERVER" -w </dev/null >/dev/null 2>&1 || true
+  sleep 2
+  while installers_running; do sleep 1; done
 fi
 
 echo
 echo "=== what was installed ==="
-if [ -d "$PF/Kivra" ]; then
+if [ -n "$(find "$PF/Kivra" -type f 2>/dev/null | head -1)" ]; then
   echo "Files:"
   (cd "$C" && find "Program Files/Kivra" -type f -printf '  C:\\%p  (%s bytes)\n' | sed 's|/|\\|g' | sort)
   echo "Shortcuts (link proxies):"

@@ -184,6 +184,9 @@ void RealUi::ShowPage(PageId page, const std::string& caption) {
   SetWindowTextW(h, Widen(caption).c_str());
   ApplyIcon(h);
   if (page == PageId::Installing) installingShown_ = true;
+  // A page that waits for the user shows the normal pointer, whatever the
+  // long work before it left behind.
+  if (page != PageId::Installing && page != PageId::Uninstall) SetMousePointer(MousePointer::Default);
   current_ = std::move(form);
   currentId_ = page;
   ShowWindow(h, SW_SHOW);

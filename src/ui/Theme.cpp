@@ -49,7 +49,8 @@ int CurrentDpi() {
   // GetDpiForSystem exists from Windows 10 on; older systems report the
   // screen's logical dpi.
   using Fn = UINT(WINAPI*)();
-  static Fn fn = reinterpret_cast<Fn>(GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForSystem"));
+  static Fn fn = reinterpret_cast<Fn>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForSystem")));
   if (fn) {
     UINT dpi = fn();
     if (dpi >= 72) return static_cast<int>(dpi);

@@ -64,6 +64,16 @@ shot_now() {
     "$SHOTS/$(printf %02d $shot_no)-$1.png" 2>/dev/null || true
 }
 
+# Whether an installer process of this prefix is still running.
+installers_running() {
+  local p
+  for p in /proc/[0-9]*; do
+    { tr '\0' ' ' <"$p/cmdline"; } 2>/dev/null | grep -qiE 'KVSetup\.exe|setup\.exe' || continue
+    { tr '\0' '\n' <"$p/environ"; } 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" && return 0
+  done
+  return 1
+}
+
 fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2
   shot failure
@@ -127,33 +137,34 @@ make_medium() {
   echo "$out"
 }
 
+# install_fresh MEDIUM STARTMENU DESKTOP WINSTART (0/1 each)
 # Clicks through a fresh installation from `medium` along the default path:
 # welcome, path (default folder), licence, progress, links (as given), finish
-# without starting the program. With screenshots when $2 is "shots".
+# without starting the program. A picture of every page.
 install_fresh() {
-  local medium=$1 shots=${2:-}
-  local startmenu=${3:-1} desktop=${4:-1} winstart=${5:-1}
+  local medium=$1
+  local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
   on_desktop "$(winpath "$medium/setup.exe")"
   drv wait frmStart 120 || fail "welcome page did not appear"
-  [ "$shots" = shots ] && shot frmStart
+  shot frmStart
   drv click frmStart 210 wait frmPath 30 || fail "path page"
-  [ "$shots" = shots ] && shot frmPath
+  shot frmPath
   drv click frmPath 310 wait frmEULA 30 || fail "licence page"
-  [ "$shots" = shots ] && shot frmEULA
+  shot frmEULA
   drv click frmEULA 710 wait frmInstalling 30 || fail "progress page"
-  [ "$shots" = shots ] && shot frmInstalling
-  finish_install "$shots" "$startmenu" "$desktop" "$winstart"
+  shot frmInstalling
+  finish_install "$startmenu" "$desktop" "$winstart"
 }
 
 # From the progress page to the end: links page (when the package has a
 # program), finish page without starting the program.
 finish_install() {
-  local shots=$1 startmenu=$2 desktop=$3 winstart=$4
+  local startmenu=$1 desktop=$2 winstart=$3
   drv wait frmLinks 180 || fail "links page"
-  [ "$shots" = shots ] && shot frmLinks
+  shot frmLinks
   drv check frmLinks 404 "$startmenu" check frmLinks 405 "$desktop" check frmLinks 406 "$winstart" \
       click frmLinks 410 wait frmFinished 30 || fail "finish page"
-  [ "$shots" = shots ] && shot frmFinished
+  shot frmFinished
   drv check frmFinished 804 0 click frmFinished 810 none 60 || fail "the wizard did not end"
 }
 

@@ -11,195 +11,145 @@
 namespace kv::test {
 namespace {
 
-using modInstall::InstallFile;
-
 int32_t SharedCount(const std::string& path) {
   return modRegTools::GetNumber(modTools::kSharedDllsKey, path, -1, HKEY_LOCAL_MACHINE);
 }
 
-class InstallFileTest : public InstallFixture {};
+class InstallFileTest : public InstallFixture {
+ protected:
+  // Puts a file of `version` (0: unversioned text, -1: none) at `path`.
+  void Put(const std::string& path, int version, uint16_t language, const std::string& text) {
+    if (version > 0) MakeVersionedFile(path, {static_cast<uint16_t>(version), 0, 0, 0}, language);
+    if (version == 0) Scratch.WriteFile(path.substr(Scratch.Path().size() + 1), text);
+  }
+  // Version 2 on the medium over version 1 in the (created) installation folder.
+  void PutVersions(const std::string& name) {
+    Scratch.MakeFolder("Programme\\Testprogramm");
+    Put(Medium + "\\" + name, 2, kLangGerman, "");
+    Put(App + "\\" + name, 1, kLangGerman, "");
+  }
+};
 
-TEST_F(InstallFileTest, FreshFileIsCopiedStampedRecordedAndSaved) {
+TEST_F(InstallFileTest, FreshFileIsCopiedRecordedAndSaved) {
   Scratch.WriteFile("medium\\liesmich.txt", "Hallo");
   CFile& f = AddFile("liesmich.txt");
   Install(f);
-
   EXPECT_EQ(ReadFileBytes(App + "\\liesmich.txt"), "Hallo");
   EXPECT_EQ(ListFolder(App), std::vector<std::string>{"liesmich.txt"});  // no temporary file left
   EXPECT_EQ(f.Installed, 1);
   EXPECT_EQ(f.InstalledIn, App);
   EXPECT_TRUE(session.FilesInstalled);
-  ASSERT_EQ(Package->CreatedPaths.size(), 1u);
-  EXPECT_EQ(Package->CreatedPaths[0], App);
+  EXPECT_EQ(Package->CreatedPaths, std::vector<std::string>{App});
   EXPECT_TRUE(ui.Boxes().empty());
-  // The first record of a run goes to disk at once.
-  EXPECT_EQ(SavedRecord("liesmich.txt"), std::make_pair(1, App));
+  EXPECT_EQ(SavedRecord("liesmich.txt"), std::make_pair(1, App));  // the first record goes to disk at once
 
-  // A second file into the same, now existing folder does not record it again.
-  Scratch.WriteFile("medium\\zwei.txt", "2");
-  Install(AddFile("zwei.txt"));
+  // Into the now existing folder, under another name, with an empty path.
+  Scratch.WriteFile("medium\\a.txt", "A");
+  CFile& g = AddFile("a.txt", "", "b.txt");
+  Install(g);
+  EXPECT_EQ(ReadFileBytes(App + "\\b.txt"), "A");
+  EXPECT_FALSE(Exists(App + "\\a.txt"));
+  EXPECT_EQ(g.InstalledIn, App);
   EXPECT_EQ(Package->CreatedPaths.size(), 1u);
 }
 
-TEST_F(InstallFileTest, DestinationNameAndEmptyDestinationPath) {
-  Scratch.WriteFile("medium\\a.txt", "A");
-  CFile& f = AddFile("a.txt", "", "b.txt");
-  Install(f);
-  EXPECT_EQ(ReadFileBytes(App + "\\b.txt"), "A");
-  EXPECT_FALSE(Exists(App + "\\a.txt"));
-  EXPECT_EQ(f.InstalledIn, App);
-}
-
-TEST_F(InstallFileTest, VersionDecidesForNonSharedFiles) {
-  MakeVersionedFile(Medium + "\\neu.dll", {2, 0, 0, 0});
-  MakeVersionedFile(Medium + "\\alt.dll", {1, 0, 0, 0});
-  MakeVersionedFile(Medium + "\\gleich.dll", {1, 5, 0, 0}, kLangGerman);
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\neu.dll", {1, 0, 0, 0});
-  MakeVersionedFile(App + "\\alt.dll", {3, 0, 0, 0});
-  // Same version, different bytes: only the version counts.
-  MakeVersionedFile(App + "\\gleich.dll", {1, 5, 0, 0}, kLangEnglishUS);
-  const std::string keptOld = ReadFileBytes(App + "\\alt.dll");
-  const std::string keptSame = ReadFileBytes(App + "\\gleich.dll");
-  SetStamps(App + "\\alt.dll", 2001);
-
-  CFile& newer = AddFile("neu.dll");
-  CFile& older = AddFile("alt.dll");
-  CFile& same = AddFile("gleich.dll");
-  Install(newer);
-  Install(older);
-  Install(same);
-
-  EXPECT_EQ(ReadFileBytes(App + "\\neu.dll"), ReadFileBytes(Medium + "\\neu.dll"));
-  EXPECT_EQ(ReadFileBytes(App + "\\alt.dll"), keptOld);
-  EXPECT_EQ(ReadFileBytes(App + "\\gleich.dll"), keptSame);
-  // Kept files still count as installed, and are stamped as such.
-  for (CFile* f : {&newer, &older, &same}) {
-    EXPECT_EQ(f->Installed, 1) << f->Name;
-    EXPECT_EQ(f->InstalledIn, App) << f->Name;
-  }
-  EXPECT_EQ(StampYear(App + "\\alt.dll", false), 2001);  // contents untouched
-  EXPECT_EQ(ListFolder(App).size(), 3u);
-  EXPECT_TRUE(ui.Boxes().empty());
-}
-
-TEST_F(InstallFileTest, UnversionedFilesAlwaysReplaceNonShared) {
-  Scratch.WriteFile("medium\\daten.bin", "neu");
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  Scratch.WriteFile("Programme\\Testprogramm\\daten.bin", "alt und länger");
-  Install(AddFile("daten.bin"));
-  EXPECT_EQ(ReadFileBytes(App + "\\daten.bin"), "neu");
-  EXPECT_TRUE(Package->CreatedPaths.empty());  // the folder was there
-}
-
-TEST_F(InstallFileTest, SharedFileInsidePackageFolderIsRefreshedAndCounted) {
-  MakeVersionedFile(Medium + "\\gemeinsam.dll", {1, 0, 0, 0}, kLangGerman);
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\gemeinsam.dll", {1, 0, 0, 0}, kLangEnglishUS);
-  CFile& f = AddFile("gemeinsam.dll");
-  f.SharedFile = true;
-  Install(f);
-  EXPECT_EQ(ReadFileBytes(App + "\\gemeinsam.dll"), ReadFileBytes(Medium + "\\gemeinsam.dll"));
-  EXPECT_EQ(f.Installed, 1);
-  // It was there before: one earlier user is assumed besides us.
-  EXPECT_EQ(SharedCount(App + "\\gemeinsam.dll"), 2);
-
-  CFile& fresh = AddFile("frisch.dll");
-  MakeVersionedFile(Medium + "\\frisch.dll", {1, 0, 0, 0});
-  fresh.SharedFile = true;
-  Install(fresh);
-  EXPECT_EQ(SharedCount(App + "\\frisch.dll"), 1);
-}
-
-TEST_F(InstallFileTest, SharedFileOutsidePackageFolderFollowsTheDateStamps) {
-  const std::string common = Scratch.MakeFolder("Gemeinsame Dateien");
-  Scratch.WriteFile("medium\\alt.dat", "vom Medium");
-  Scratch.WriteFile("medium\\neu.dat", "vom Medium");
-  Scratch.WriteFile("Gemeinsame Dateien\\alt.dat", "vorhanden");
-  Scratch.WriteFile("Gemeinsame Dateien\\neu.dat", "vorhanden");
-  // Medium copy older than the installed one: kept. Newer: replaced.
-  SetStamps(Medium + "\\alt.dat", 2005);
-  SetStamps(common + "\\alt.dat", 2010);
-  SetStamps(Medium + "\\neu.dat", 2012);
-  SetStamps(common + "\\neu.dat", 2010);
-  CFile& kept = AddFile("alt.dat", common);
-  CFile& replaced = AddFile("neu.dat", common);
-  kept.SharedFile = replaced.SharedFile = true;
-  Install(kept);
-  Install(replaced);
-
-  EXPECT_EQ(ReadFileBytes(common + "\\alt.dat"), "vorhanden");
-  EXPECT_EQ(ReadFileBytes(common + "\\neu.dat"), "vom Medium");
-  EXPECT_EQ(kept.Installed, 1);
-  EXPECT_EQ(kept.InstalledIn, common);
-  EXPECT_EQ(SharedCount(common + "\\alt.dat"), 2);
-  EXPECT_EQ(SharedCount(common + "\\neu.dat"), 2);
-
-  // Equal stamps count as "not newer": kept.
-  Scratch.WriteFile("medium\\gleich.dat", "vom Medium");
-  Scratch.WriteFile("Gemeinsame Dateien\\gleich.dat", "vorhanden");
-  SetStamps(Medium + "\\gleich.dat", 2010);
-  SetStamps(common + "\\gleich.dat", 2010);
-  CFile& equal = AddFile("gleich.dat", common);
-  equal.SharedFile = true;
-  Install(equal);
-  EXPECT_EQ(ReadFileBytes(common + "\\gleich.dat"), "vorhanden");
-}
-
-TEST_F(InstallFileTest, DontOverwriteKeepsTheFileAndRecordsAnEmptyFolder) {
-  Scratch.WriteFile("medium\\config.ini", "neu");
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  Scratch.WriteFile("Programme\\Testprogramm\\config.ini", "vom Benutzer");
-  CFile& f = AddFile("config.ini");
-  f.DontOverwrite = true;
-  Install(f);
-  EXPECT_EQ(ReadFileBytes(App + "\\config.ini"), "vom Benutzer");
-  EXPECT_EQ(f.Installed, 1);
-  EXPECT_EQ(f.InstalledIn, "");
-
-  // Without an existing copy the flag changes nothing.
-  Scratch.WriteFile("medium\\neu.ini", "neu");
-  CFile& g = AddFile("neu.ini");
-  g.DontOverwrite = true;
-  Install(g);
-  EXPECT_EQ(ReadFileBytes(App + "\\neu.ini"), "neu");
-  EXPECT_EQ(g.InstalledIn, App);
-}
-
-TEST_F(InstallFileTest, MissingSourceOnAFixedDiskAsksAndRetries) {
-  CFile& f = AddFile("spaeter.txt");
-  ui.Answer(MsgResult::Retry);
-  ui.Answer(MsgResult::Retry);
-  int boxes = 0;
-  ui.BeforeBox = [&](const MessageBoxRequest&) {
-    if (++boxes == 2) Scratch.WriteFile("medium\\spaeter.txt", "da");
+// Whether an existing copy is replaced: version for private files, the date
+// stamps for shared files outside the package's folder.
+TEST_F(InstallFileTest, CopyDecision) {
+  struct Row {
+    const char* label;
+    int medium, existing;  // version; 0 unversioned, -1 no file
+    bool shared, outside;
+    int mediumYear, existingYear;
+    bool dontOverwrite, replaced;
+    int32_t count;  // shared count afterwards
   };
-  session.Ui.SetMousePointer(MousePointer::Hourglass);
-  Install(f);
-
-  ASSERT_EQ(ui.Boxes().size(), 2u);
-  const MessageBoxRequest& box = ui.Boxes()[0].request;
-  EXPECT_EQ(box.text, "Eine Quelldatei konnte nicht gefunden werden:\r\n    " + Medium + "\\spaeter.txt" + kAriTail);
-  EXPECT_EQ(box.title, "Kivra Setup: Testprogramm");
-  EXPECT_EQ(box.buttons, MsgButtons::AbortRetryIgnore);
-  EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-  EXPECT_EQ(box.defaultButton, 2);
-  EXPECT_EQ(ui.PointerAtBox, (std::vector<MousePointer>{MousePointer::Default, MousePointer::Default}));
-  EXPECT_EQ(ui.GetMousePointer(), MousePointer::Hourglass);
-  EXPECT_EQ(ReadFileBytes(App + "\\spaeter.txt"), "da");
-  EXPECT_EQ(f.Installed, 1);
+  const Row rows[] = {
+      {"newer version", 2, 1, false, false, 0, 0, false, true, -1},
+      {"older version", 1, 3, false, false, 0, 0, false, false, -1},
+      {"same version, other bytes", 1, 1, false, false, 0, 0, false, false, -1},
+      {"neither versioned", 0, 0, false, false, 0, 0, false, true, -1},
+      {"shared, same version, package folder", 1, 1, true, false, 0, 0, false, true, 2},
+      {"shared, fresh", 1, -1, true, false, 0, 0, false, true, 1},
+      {"shared outside, older stamp", 0, 0, true, true, 2005, 2010, false, false, 2},
+      {"shared outside, newer stamp", 0, 0, true, true, 2012, 2010, false, true, 2},
+      {"shared outside, equal stamp", 0, 0, true, true, 2010, 2010, false, false, 2},
+      {"DontOverwrite", 0, 0, false, false, 0, 0, true, false, -1},
+      {"DontOverwrite, no copy yet", 0, -1, false, false, 0, 0, true, true, -1},
+  };
+  const std::string common = Scratch.MakeFolder("Gemeinsame Dateien");
+  Scratch.MakeFolder("Programme\\Testprogramm");
+  int n = 0;
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.label);
+    const std::string name = "f" + std::to_string(++n) + ".dll";
+    const std::string folder = r.outside ? common : App;
+    Put(Medium + "\\" + name, r.medium, kLangGerman, "vom Medium");
+    Put(folder + "\\" + name, r.existing, r.existing == r.medium ? kLangEnglishUS : kLangGerman, "vorhanden und länger");
+    if (r.mediumYear) SetStamps(Medium + "\\" + name, r.mediumYear);
+    if (r.existingYear) SetStamps(folder + "\\" + name, r.existingYear);
+    const std::string before = ReadFileBytes(folder + "\\" + name);
+    CFile& f = AddFile(name, r.outside ? common : "*appdir*");
+    f.SharedFile = r.shared;
+    f.DontOverwrite = r.dontOverwrite;
+    Install(f);
+    EXPECT_EQ(ReadFileBytes(folder + "\\" + name), r.replaced ? ReadFileBytes(Medium + "\\" + name) : before);
+    EXPECT_EQ(f.Installed, 1);  // kept files count as installed too
+    EXPECT_EQ(f.InstalledIn, r.dontOverwrite && !r.replaced ? "" : folder);
+    EXPECT_EQ(SharedCount(folder + "\\" + name), r.count);
+  }
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_TRUE(Package->CreatedPaths.empty());
 }
 
-TEST_F(InstallFileTest, MissingSourceIgnoreAndAbort) {
-  CFile& f = AddFile("fehlt.txt");
-  ui.Answer(MsgResult::Ignore);
-  Install(f);
+TEST_F(InstallFileTest, MissingSourceTextNamesTheMedium) {
+  struct Row {
+    std::string source;
+    UINT driveType;  // 0: the real one
+    std::string hint;
+  };
+  const Row rows[] = {
+      {Medium, 0, ""},
+      {"d:\\setup", DRIVE_CDROM, "\r\nBitte stellen Sie sicher, dass das Installationsmedium in Laufwerk D: eingelegt ist."},
+      {"\\\\kvnohost\\medium", 0,
+       "\r\nBitte stellen Sie sicher, dass das Installationsmedium in Laufwerk \\\\ eingelegt ist."},
+  };
+  CFile& f = AddFile("x.dll");
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.source);
+    modInstall::seams::SystemFunctions fake;
+    std::wstring askedRoot;
+    if (r.driveType) {  // wine has no removable drive
+      fake.GetDriveType = [&](LPCWSTR root) {
+        askedRoot = root;
+        return r.driveType;
+      };
+    }
+    modInstall::seams::ScopedSystemFunctions scope(fake);
+    Package->SourcePath = r.source;
+    ui.Answer(MsgResult::Ignore);
+    Install(f);
+    ASSERT_FALSE(ui.Boxes().empty());
+    const MessageBoxRequest& box = ui.Boxes().back().request;
+    EXPECT_EQ(box.text, "Eine Quelldatei konnte nicht gefunden werden:\r\n    " + r.source + "\\x.dll" + r.hint + kAriTail);
+    EXPECT_EQ(box.title, "Kivra Setup: Testprogramm");
+    EXPECT_EQ(box.buttons, MsgButtons::AbortRetryIgnore);
+    EXPECT_EQ(box.icon, MsgIcon::Exclamation);
+    EXPECT_EQ(box.defaultButton, 2);
+    if (r.driveType) {
+      EXPECT_EQ(askedRoot, L"d:\\");
+    }
+  }
+  EXPECT_EQ(ui.Boxes().size(), 3u);
   EXPECT_EQ(f.Installed, 0);
   EXPECT_FALSE(session.FilesInstalled);
   EXPECT_FALSE(Exists(App));  // nothing created for a skipped file
   EXPECT_TRUE(CancelCalls.empty());
+}
 
-  // Abbrechen, then the user withdraws the cancellation: the box comes back.
+TEST_F(InstallFileTest, MissingSourceAbortAndRetry) {
+  CFile& f = AddFile("spaeter.txt");
+  // Abbrechen, the user withdraws the cancellation, the box comes back.
   ConfirmCancel = false;
   ui.Answer(MsgResult::Abort);
   ui.Answer(MsgResult::Abort);
@@ -208,54 +158,34 @@ TEST_F(InstallFileTest, MissingSourceIgnoreAndAbort) {
   Install(f);
   EXPECT_EQ(CancelCalls, (std::vector<bool>{true, true}));  // both times the asking form
   EXPECT_TRUE(session.Cancelled);
-  EXPECT_EQ(ui.Boxes().size(), 3u);
   EXPECT_EQ(f.Installed, 0);
-}
 
-TEST_F(InstallFileTest, MissingSourceOnARemovableMediumNamesTheDrive) {
-  // No removable drive exists under wine: the drive type is given by a seam.
-  modInstall::seams::SystemFunctions fake;
-  std::wstring askedRoot;
-  fake.GetDriveType = [&](LPCWSTR root) {
-    askedRoot = root;
-    return static_cast<UINT>(DRIVE_CDROM);
+  // Wiederholen until the file is there; the pointer is normal at the box.
+  session.Cancelled = false;
+  ui.Answer(MsgResult::Retry);
+  ui.Answer(MsgResult::Retry);
+  boxes = 0;
+  ui.BeforeBox = [&](const MessageBoxRequest&) {
+    if (++boxes == 2) Scratch.WriteFile("medium\\spaeter.txt", "da");
   };
-  modInstall::seams::ScopedSystemFunctions scope(fake);
-  Package->SourcePath = "d:\\setup";
-  ui.Answer(MsgResult::Ignore);
-  Install(AddFile("x.dll"));
-  EXPECT_EQ(askedRoot, L"d:\\");
-  ASSERT_EQ(ui.Boxes().size(), 1u);
-  EXPECT_EQ(ui.Boxes()[0].request.text,
-            "Eine Quelldatei konnte nicht gefunden werden:\r\n    d:\\setup\\x.dll\r\nBitte stellen Sie sicher, dass das "
-            "Installationsmedium in Laufwerk D: eingelegt ist." +
-                std::string(kAriTail));
+  ui.PointerAtBox.clear();
+  session.Ui.SetMousePointer(MousePointer::Hourglass);
+  Install(f);
+  EXPECT_EQ(ui.Boxes().size(), 4u);
+  EXPECT_EQ(ui.PointerAtBox, (std::vector<MousePointer>{MousePointer::Default, MousePointer::Default}));
+  EXPECT_EQ(ui.GetMousePointer(), MousePointer::Hourglass);
+  EXPECT_EQ(ReadFileBytes(App + "\\spaeter.txt"), "da");
+  EXPECT_EQ(f.Installed, 1);
 }
 
-TEST_F(InstallFileTest, MissingSourceOnANetworkPathUsesItsFirstTwoCharacters) {
-  Package->SourcePath = "\\\\kvnohost\\medium";
-  ui.Answer(MsgResult::Ignore);
-  Install(AddFile("x.dll"));
-  ASSERT_EQ(ui.Boxes().size(), 1u);
-  EXPECT_EQ(ui.Boxes()[0].request.text,
-            "Eine Quelldatei konnte nicht gefunden werden:\r\n    \\\\kvnohost\\medium\\x.dll\r\nBitte stellen Sie "
-            "sicher, dass das Installationsmedium in Laufwerk \\\\ eingelegt ist." +
-                std::string(kAriTail));
-}
-
-TEST_F(InstallFileTest, FileInUseGoesToThePendingList) {
-  MakeVersionedFile(Medium + "\\laeuft.dll", {2, 0, 0, 0});
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\laeuft.dll", {1, 0, 0, 0});
+TEST_F(InstallFileTest, FileInUseGoesToThePendingListOrAsks) {
+  PutVersions("laeuft.dll");
   const std::string old = ReadFileBytes(App + "\\laeuft.dll");
   HeldOpen held(App + "\\laeuft.dll");
   ASSERT_TRUE(held.Holding());
-
   CStringLongStringStack pending;
   CFile& f = AddFile("laeuft.dll");
   Install(f, &pending);
-  held.Release();
-
   EXPECT_TRUE(ui.Boxes().empty());
   ASSERT_EQ(pending.Count(), 1);
   EXPECT_EQ(pending.ItemData(1), App + "\\laeuft (1).dll");
@@ -264,118 +194,89 @@ TEST_F(InstallFileTest, FileInUseGoesToThePendingList) {
   EXPECT_EQ(ReadFileBytes(App + "\\laeuft.dll"), old);
   EXPECT_EQ(f.Installed, 1);
   EXPECT_EQ(ListFolder(App).size(), 2u);  // no temporary copy of the system's left
-}
 
-TEST_F(InstallFileTest, FileInUseWithoutPendingListAsks) {
-  MakeVersionedFile(Medium + "\\laeuft.dll", {2, 0, 0, 0});
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\laeuft.dll", {1, 0, 0, 0});
-  HeldOpen held(App + "\\laeuft.dll");
-  ASSERT_TRUE(held.Holding());
-  CFile& f = AddFile("laeuft.dll");
-
+  // Without a pending list the user is asked; Wiederholen after closing the program.
+  DeleteFileW(win::Widen(App + "\\laeuft (1).dll").c_str());
+  f.Installed = 0;
   ui.Answer(MsgResult::Ignore);
   Install(f);
-  ASSERT_EQ(ui.Boxes().size(), 1u);
-  EXPECT_EQ(ui.Boxes()[0].request.text, "Die Datei laeuft.dll konnte nicht überschrieben werden." + std::string(kAriTail));
   EXPECT_EQ(f.Installed, 0);
-  EXPECT_EQ(ListFolder(App).size(), 1u);
-
-  // The user closes the program, then Wiederholen.
   ui.Answer(MsgResult::Retry);
   ui.BeforeBox = [&](const MessageBoxRequest&) { held.Release(); };
   Install(f);
   EXPECT_EQ(ui.Boxes().size(), 2u);
+  EXPECT_EQ(ui.Boxes()[0].request.text, "Die Datei laeuft.dll konnte nicht überschrieben werden." + kAriTail);
   EXPECT_EQ(ReadFileBytes(App + "\\laeuft.dll"), ReadFileBytes(Medium + "\\laeuft.dll"));
   EXPECT_EQ(f.Installed, 1);
   EXPECT_EQ(ListFolder(App).size(), 1u);
-}
 
-TEST_F(InstallFileTest, UnreadableSourceIsACopyError) {
+  // An unreadable source is a copy error.
   Scratch.WriteFile("medium\\gesperrt.txt", "x");
-  HeldOpen held(Medium + "\\gesperrt.txt");
-  CFile& f = AddFile("gesperrt.txt");
+  HeldOpen source(Medium + "\\gesperrt.txt");
   ui.Answer(MsgResult::Ignore);
-  Install(f);
-  ASSERT_EQ(ui.Boxes().size(), 1u);
-  EXPECT_EQ(ui.Boxes()[0].request.text,
-            "Beim Installieren von gesperrt.txt ist ein Fehler aufgetreten." + std::string(kAriTail));
-  EXPECT_EQ(f.Installed, 0);
-  EXPECT_TRUE(ListFolder(App).empty());
-}
-
-TEST_F(InstallFileTest, WriteProtectedDestinationIsForcedOnceWithoutAsking) {
-  MakeVersionedFile(Medium + "\\schutz.dll", {2, 0, 0, 0});
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\schutz.dll", {1, 0, 0, 0});
-  SetFileAttributesW(win::Widen(App + "\\schutz.dll").c_str(), FILE_ATTRIBUTE_READONLY);
-  CFile& f = AddFile("schutz.dll");
-  Install(f);
-  EXPECT_TRUE(ui.Boxes().empty());
-  EXPECT_EQ(ReadFileBytes(App + "\\schutz.dll"), ReadFileBytes(Medium + "\\schutz.dll"));
-  EXPECT_EQ(Attributes(App + "\\schutz.dll") & FILE_ATTRIBUTE_READONLY, 0u);
-  EXPECT_EQ(f.Installed, 1);
+  Install(AddFile("gesperrt.txt"));
+  EXPECT_EQ(ui.Boxes().back().request.text,
+            "Beim Installieren von gesperrt.txt ist ein Fehler aufgetreten." + kAriTail);
   EXPECT_EQ(ListFolder(App).size(), 1u);
 }
 
-TEST_F(InstallFileTest, ReadOnlySourceGivesAWritableCopy) {
+TEST_F(InstallFileTest, WriteProtectionIsForcedOnceAndNotCopied) {
+  PutVersions("schutz.dll");
   Scratch.WriteFile("medium\\cd.txt", "vom Medium");
-  SetFileAttributesW(win::Widen(Medium + "\\cd.txt").c_str(), FILE_ATTRIBUTE_READONLY);
+  SetReadOnly(Medium + "\\cd.txt");
+  SetReadOnly(App + "\\schutz.dll");
+  CFile& f = AddFile("schutz.dll");
+  Install(f);
   Install(AddFile("cd.txt"));
-  EXPECT_EQ(Attributes(App + "\\cd.txt") & FILE_ATTRIBUTE_READONLY, 0u);
-  SetFileAttributesW(win::Widen(Medium + "\\cd.txt").c_str(), FILE_ATTRIBUTE_NORMAL);
+  SetReadOnly(Medium + "\\cd.txt", false);
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_EQ(ReadFileBytes(App + "\\schutz.dll"), ReadFileBytes(Medium + "\\schutz.dll"));
+  EXPECT_EQ(f.Installed, 1);
+  for (const char* name : {"schutz.dll", "cd.txt"}) {
+    EXPECT_EQ(GetFileAttributesW(win::Widen(App + "\\" + name).c_str()) & FILE_ATTRIBUTE_READONLY, 0u) << name;
+  }
+  EXPECT_EQ(ListFolder(App).size(), 2u);
 }
 
 // Windows 9x: the version functions see short names only.
 TEST_F(InstallFileTest, NineXUsesShortNamesAndLeavesNoEmptyFile) {
   session.IsWindowsNT = false;
-  MakeVersionedFile(Medium + "\\Eine lange Bibliothek.dll", {2, 0, 0, 0});
+  PutVersions("Eine lange Bibliothek.dll");
   Scratch.WriteFile("medium\\Lange Textdatei.text", "neu");
-  Scratch.MakeFolder("Programme\\Testprogramm");
-  MakeVersionedFile(App + "\\Eine lange Bibliothek.dll", {1, 0, 0, 0});
   CFile& lib = AddFile("Eine lange Bibliothek.dll");
-  CFile& text = AddFile("Lange Textdatei.text");
   Install(lib);
-  Install(text);
-  EXPECT_EQ(ReadFileBytes(App + "\\Eine lange Bibliothek.dll"),
-            ReadFileBytes(Medium + "\\Eine lange Bibliothek.dll"));
+  Install(AddFile("Lange Textdatei.text"));
+  EXPECT_EQ(ReadFileBytes(App + "\\Eine lange Bibliothek.dll"), ReadFileBytes(Medium + "\\Eine lange Bibliothek.dll"));
   EXPECT_EQ(ReadFileBytes(App + "\\Lange Textdatei.text"), "neu");
-  auto names = ListFolder(App);
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (std::vector<std::string>{"Eine lange Bibliothek.dll", "Lange Textdatei.text"}));
+  EXPECT_EQ(ListFolder(App), (std::vector<std::string>{"Eine lange Bibliothek.dll", "Lange Textdatei.text"}));
   EXPECT_EQ(lib.InstalledIn, App);
-  EXPECT_EQ(text.InstalledIn, App);
 
   // An uninstallable source leaves no empty placeholder at the destination.
   Scratch.WriteFile("medium\\Gesperrte Datei.text", "x");
   HeldOpen held(Medium + "\\Gesperrte Datei.text");
-  CFile& again = AddFile("Gesperrte Datei.text", Scratch / "Neu");
   Scratch.MakeFolder("Neu");
   ui.Answer(MsgResult::Ignore);
-  Install(again);
+  Install(AddFile("Gesperrte Datei.text", Scratch / "Neu"));
   EXPECT_TRUE(ListFolder(Scratch / "Neu").empty());
 }
 
-// Status durability: written when the first record arrives, then at most
-// every quarter second, before each question and when the run flushes.
+// Written with the first record, then at most every quarter second, before
+// each question and on flush (only what is new).
 TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
-  for (const char* n : {"a.txt", "b.txt", "c.txt", "d.txt"}) Scratch.WriteFile(std::string("medium\\") + n, n);
-  CFile& a = AddFile("a.txt");
-  CFile& b = AddFile("b.txt");
-  CFile& c = AddFile("c.txt");
-  CFile& d = AddFile("d.txt");
+  std::vector<CFile*> files;
+  for (const char* n : {"a.txt", "b.txt", "c.txt", "d.txt", "e.txt"}) {
+    Scratch.WriteFile(std::string("medium\\") + n, n);
+    files.push_back(&AddFile(n));
+  }
   CFile& missing = AddFile("fehlt.txt");
-
-  Install(a);
+  Install(*files[0]);
   EXPECT_EQ(SavedRecord("a.txt").first, 1);
-  Install(b);  // same instant: not yet on disk
+  Install(*files[1]);  // same instant: not yet on disk
   EXPECT_EQ(SavedRecord("b.txt").first, 0);
   ui.AdvanceClock(0.3);
-  Install(c);
+  Install(*files[2]);
   EXPECT_EQ(SavedRecord("b.txt").first, 1);
-  EXPECT_EQ(SavedRecord("c.txt").first, 1);
-
-  Install(d);
+  Install(*files[3]);
   EXPECT_EQ(SavedRecord("d.txt").first, 0);
   int32_t dAtQuestion = -1;
   ui.BeforeBox = [&](const MessageBoxRequest&) { dAtQuestion = SavedRecord("d.txt").first; };
@@ -383,24 +284,18 @@ TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   Install(missing);
   EXPECT_EQ(dAtQuestion, 1);
 
-  // Flush writes only what is new.
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
-  d.Installed = 7;  // a change the engine did not make is not its business
+  files[3]->Installed = 7;  // a change the engine did not make is not its business
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_EQ(SavedRecord("d.txt").first, 1);
-  Scratch.WriteFile("medium\\e.txt", "e");
-  CFile& e = AddFile("e.txt");
-  Install(e);
+  Install(*files[4]);
   EXPECT_EQ(SavedRecord("e.txt").first, 0);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_EQ(SavedRecord("e.txt").first, 1);
-  EXPECT_EQ(SavedRecord("d.txt").first, 7);
-}
 
-TEST_F(InstallFileTest, NoStatusSaveKeepsTheDiskUntouched) {
   Package->NoStatusSave = true;
-  Scratch.WriteFile("medium\\a.txt", "a");
-  Install(AddFile("a.txt"));
+  DeleteFileW(win::Widen(PackageData + "\\status.ini").c_str());
+  Install(*files[0]);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_FALSE(Exists(PackageData + "\\status.ini"));
 }
@@ -408,12 +303,12 @@ TEST_F(InstallFileTest, NoStatusSaveKeepsTheDiskUntouched) {
 TEST_F(InstallFileTest, ReplaceExistingFile) {
   const std::string src = Scratch.WriteFile("neu.ini", "neu");
   const std::string dst = Scratch.WriteFile("alt.ini", "alt und lang");
-  SetFileAttributesW(win::Widen(dst).c_str(), FILE_ATTRIBUTE_READONLY);
+  SetReadOnly(dst);
   modInstall::ReplaceExistingFile(src, dst);
   EXPECT_EQ(ReadFileBytes(dst), "neu");
   try {
     modInstall::ReplaceExistingFile(Scratch / "gibtsnicht.ini", dst);
-    FAIL() << "no error for a missing source";
+    ADD_FAILURE() << "no error for a missing source";
   } catch (const VbError& e) {
     EXPECT_EQ(e.Number(), vberr::FileNotFound);
   }

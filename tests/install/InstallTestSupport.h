@@ -1,10 +1,10 @@
 #pragma once
 // Shared scaffolding of the file-installation tests: a scripted user that can
-// act while a box is up, a package with a medium and an installation folder in
-// a scratch folder, and small file helpers.
+// act while a box is up, a package in a scratch folder, small file helpers.
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,13 +23,11 @@
 
 namespace kv::test {
 
-// The scripted user, plus an action run just before each box is answered
-// (the "user" fixes the problem while the box is on screen) and the pointer
-// seen at that moment.
+// The scripted user; `BeforeBox` runs while a box is on screen (the "user"
+// fixes the problem), and the pointer seen at each question is kept.
 class ActingUi : public ScriptedUi {
  public:
   std::function<void(const MessageBoxRequest&)> BeforeBox;
-  std::function<void(const ConflictQuestion&)> BeforeConflict;
   std::vector<MousePointer> PointerAtBox;
 
   MsgResult MsgBox(const MessageBoxRequest& request) override {
@@ -39,32 +37,32 @@ class ActingUi : public ScriptedUi {
   }
   ConflictAnswer AskConflict(const ConflictQuestion& question) override {
     PointerAtBox.push_back(GetMousePointer());
-    if (BeforeConflict) BeforeConflict(question);
     return ScriptedUi::AskConflict(question);
   }
 };
 
-// The tail every Abort/Retry/Ignore box carries.
-inline const char* kAriTail =
+inline const std::string kAriTail =
     "\r\n\r\n- Klicken Sie auf Abbrechen, um die Installation abzubrechen.\r\n"
     "- Klicken Sie auf Wiederholen, um es erneut zu versuchen.\r\n"
     "- Klicken Sie auf Ignorieren, um fortzufahren, ohne die Datei zu installieren.";
 
 // A Linux path (from the build) as wine sees it.
 inline std::string WinePath(std::string unixPath) {
-  for (char& c : unixPath) {
-    if (c == '/') c = '\\';
-  }
+  std::replace(unixPath.begin(), unixPath.end(), '/', '\\');
   return "Z:" + unixPath;
 }
 
 inline bool Exists(const std::string& path) {
   return GetFileAttributesW(win::Widen(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
+inline void SetReadOnly(const std::string& path, bool on = true) {
+  SetFileAttributesW(win::Widen(path).c_str(), on ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL);
+}
+inline void Copy(const std::string& from, const std::string& to) {
+  ASSERT_TRUE(CopyFileW(win::Widen(from).c_str(), win::Widen(to).c_str(), FALSE)) << from;
+}
 
-inline DWORD Attributes(const std::string& path) { return GetFileAttributesW(win::Widen(path).c_str()); }
-
-// Names in a folder (without "." and "..").
+// Names in a folder (without "." and ".."), sorted.
 inline std::vector<std::string> ListFolder(const std::string& folder) {
   std::vector<std::string> names;
   WIN32_FIND_DATAW data;
@@ -75,31 +73,15 @@ inline std::vector<std::string> ListFolder(const std::string& folder) {
     if (n != L"." && n != L"..") names.push_back(win::Narrow(n));
   } while (FindNextFileW(h, &data));
   FindClose(h);
+  std::sort(names.begin(), names.end());
   return names;
 }
 
-// Year of one of the file's stamps in local time (0 when unreadable).
-inline int StampYear(const std::string& path, bool creation) {
-  HANDLE h = CreateFileW(win::Widen(path).c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return 0;
-  FILETIME created, written;
-  BOOL ok = GetFileTime(h, &created, nullptr, &written);
-  CloseHandle(h);
-  if (!ok) return 0;
-  FILETIME local;
-  SYSTEMTIME st;
-  FileTimeToLocalFileTime(creation ? &created : &written, &local);
-  FileTimeToSystemTime(&local, &st);
-  return st.wYear;
-}
-
-// Sets a file's stamps to the given year (1 January, noon).
+// Sets a file's stamps to 1 January of `year`, noon.
 inline void SetStamps(const std::string& path, int year) {
   SYSTEMTIME st{};
   st.wYear = static_cast<WORD>(year);
-  st.wMonth = 1;
-  st.wDay = 1;
+  st.wMonth = st.wDay = 1;
   st.wHour = 12;
   FILETIME ft;
   SystemTimeToFileTime(&st, &ft);
@@ -126,10 +108,9 @@ class HeldOpen {
   HANDLE h_;
 };
 
-// A package with its medium (`Medium`), installation folder (`App`, not
-// created) and data folder (`PackageData`) in a scratch folder, an isolated
-// registry and a scripted user. The cancel procedure is a stand-in that
-// records how it was called and confirms or withdraws as the test says.
+// A package with its medium, installation folder `App` (not created) and data
+// folder in a scratch folder, an isolated registry and a scripted user. The
+// cancel procedure records how it was called and confirms as told.
 class InstallFixture : public ::testing::Test {
  protected:
   InstallFixture() {
@@ -153,7 +134,6 @@ class InstallFixture : public ::testing::Test {
     session.Package = Package;
   }
 
-  // Adds a record to the package's file list.
   CFile& AddFile(const std::string& name, const std::string& destinationPath = "*appdir*",
                  const std::string& destinationName = {}) {
     auto f = std::make_shared<CFile>();

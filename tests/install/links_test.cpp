@@ -9,37 +9,26 @@
 namespace kv::test {
 namespace {
 
-namespace reg = modRegTools;
 using modInstall::DeleteLinkFiles;
 using modInstall::RemoveEmptyFolders;
 
 class LinkClass : public InstallFixture {
  protected:
   std::string Value(const std::string& key, const std::string& name = "") {
-    return reg::GetString(key, name, "<fehlt>", HKEY_CLASSES_ROOT);
+    return modRegTools::GetString(key, name, "<fehlt>", HKEY_CLASSES_ROOT);
   }
 };
 
-TEST_F(LinkClass, NamesKeepTheTextButTheSuffixIsFileNameSafe) {
-  Package->Name = "Mein Programm";
-  Package->Version = "1.2 beta";
-  EXPECT_EQ(modInstall::LinkClassName(*Package), "KivraSetup.Link.Mein Programm_1.2 beta");
-  EXPECT_EQ(modInstall::LinkSuffix(*Package), "MeinProgramm_1_2beta");
-  EXPECT_EQ(modInstall::LinkExtension(*Package), ".kvsetuplink_MeinProgramm_1_2beta");
-  Package->Name = "A:B/C";
-  Package->Version = "v?1";
-  EXPECT_EQ(modInstall::LinkSuffix(*Package), "ABC_v1");
-}
-
-TEST_F(LinkClass, RegisterWritesEveryEntryWithItsExactData) {
+TEST_F(LinkClass, RegisterWritesExactEntriesAndUnregisterRemovesThem) {
   Package->Name = "Mein Programm";
   Package->Version = "1.2 beta";
   Package->Caption = "Mein Programm Deluxe";
   Package->EXEFile = "prog.exe";
   Package->InfoTip = "Startet das Programm";
+  EXPECT_EQ(modInstall::LinkSuffix(*Package), "MeinProgramm_1_2beta");
   modInstall::RegisterLinkClass(session, *Package);
 
-  const std::string cls = "KivraSetup.Link.Mein Programm_1.2 beta";
+  const std::string cls = "KivraSetup.Link.Mein Programm_1.2 beta";  // dots and blanks kept
   const std::string installer = session.AppDir + "KVSetup.exe";
   EXPECT_EQ(Value(".kvsetuplink_MeinProgramm_1_2beta"), cls);
   EXPECT_EQ(Value(cls), "Verknüpfung zu Mein Programm Deluxe");
@@ -49,11 +38,20 @@ TEST_F(LinkClass, RegisterWritesEveryEntryWithItsExactData) {
   EXPECT_EQ(Value(cls + "\\Shell\\Open\\Command"), "\"" + installer + "\" -o \"" + App + "\\prog.exe\"");
   EXPECT_EQ(Value(cls + "\\Shell\\Setup\\Command"), "\"" + installer + "\" -m \"Mein Programm_1.2 beta\"");
   EXPECT_EQ(Value(cls + "\\Shell"), "Open");
-
   DWORD type = 0;
   std::string bytes;
   ASSERT_TRUE(ReadRawValue(HKEY_CLASSES_ROOT, cls, "NeverShowExt", type, bytes));
   EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+
+  modRegTools::SetString(".txt", "", "txtfile", HKEY_CLASSES_ROOT);
+  modInstall::UnregisterLinkClass(*Package);
+  EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, ".kvsetuplink_MeinProgramm_1_2beta"));
+  EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, cls));
+  EXPECT_EQ(Value(".txt"), "txtfile");
+
+  Package->Name = "A:B/C";  // the suffix becomes file-name safe
+  Package->Version = "v?1";
+  EXPECT_EQ(modInstall::LinkSuffix(*Package), "ABC_v1");
 }
 
 TEST_F(LinkClass, NoInfoTipValueWithoutATip) {
@@ -64,23 +62,13 @@ TEST_F(LinkClass, NoInfoTipValueWithoutATip) {
   EXPECT_FALSE(ValueExists(HKEY_CLASSES_ROOT, cls, "InfoTip"));
 }
 
-TEST_F(LinkClass, UnregisterRemovesExtensionAndWholeClassOnly) {
-  Package->EXEFile = "prog.exe";
-  modInstall::RegisterLinkClass(session, *Package);
-  reg::SetString(".txt", "", "txtfile", HKEY_CLASSES_ROOT);
-  modInstall::UnregisterLinkClass(*Package);
-  EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, modInstall::LinkExtension(*Package)));
-  EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, modInstall::LinkClassName(*Package)));
-  EXPECT_EQ(Value(".txt"), "txtfile");
-}
-
 using LinkFiles = InstallFixture;
 
 TEST_F(LinkFiles, ProxiesGoAndFoldersTheyAloneFilledGoWithThem) {
   const std::string menu = Scratch.MakeFolder("Startmenü");
-  Scratch.MakeFolder("Startmenü\\Kivra");
   Scratch.MakeFolder("Startmenü\\Kivra\\Werkzeuge");
   Scratch.MakeFolder("Startmenü\\Gemischt");
+  Scratch.MakeFolder("Startmenü\\Leer");
   Scratch.WriteFile("Startmenü\\Kivra\\Programm.kvsetuplink_Test_2_0");
   Scratch.WriteFile("Startmenü\\Kivra\\Hilfe.KVSETUPLINK_test_2_0");  // any case
   Scratch.WriteFile("Startmenü\\Kivra\\Werkzeuge\\Tool.kvsetuplink_Test_2_0");
@@ -88,24 +76,14 @@ TEST_F(LinkFiles, ProxiesGoAndFoldersTheyAloneFilledGoWithThem) {
   Scratch.WriteFile("Startmenü\\Gemischt\\Andere.lnk");
   Scratch.WriteFile("Startmenü\\Gemischt\\Fremd.kvsetuplink_Test_2_01");  // another package
   const std::string ro = Scratch.WriteFile("Startmenü\\Schreibgeschützt.kvsetuplink_Test_2_0");
-  SetFileAttributesW(win::Widen(ro).c_str(), FILE_ATTRIBUTE_READONLY);
+  SetReadOnly(ro);
 
   DeleteLinkFiles("Test_2_0", menu);
-
   EXPECT_FALSE(Exists(menu + "\\Kivra"));  // held only proxies, also in its subfolder
-  EXPECT_TRUE(Exists(menu + "\\Gemischt\\Andere.lnk"));
-  EXPECT_TRUE(Exists(menu + "\\Gemischt\\Fremd.kvsetuplink_Test_2_01"));
-  EXPECT_FALSE(Exists(menu + "\\Gemischt\\Programm.kvsetuplink_Test_2_0"));
+  EXPECT_EQ(ListFolder(menu + "\\Gemischt"), (std::vector<std::string>{"Andere.lnk", "Fremd.kvsetuplink_Test_2_01"}));
   EXPECT_FALSE(Exists(ro));
-  // The folder searched held a proxy itself but keeps its other content.
-  EXPECT_TRUE(Exists(menu));
-}
-
-TEST_F(LinkFiles, AFolderWithoutProxiesIsNotRemovedEvenWhenEmpty) {
-  const std::string desk = Scratch.MakeFolder("Desktop");
-  Scratch.MakeFolder("Desktop\\Leer");
-  DeleteLinkFiles("Test_2_0", desk);
-  EXPECT_TRUE(Exists(desk + "\\Leer"));
+  EXPECT_TRUE(Exists(menu + "\\Leer"));  // never held a proxy
+  EXPECT_TRUE(Exists(menu));             // the folder searched stays
   DeleteLinkFiles("Test_2_0", Scratch / "gibt-es-nicht");  // quietly nothing
 }
 
@@ -114,19 +92,14 @@ TEST_F(LinkFiles, RemoveEmptyFoldersRemovesEmptyFoldersButNeverFiles) {
   Scratch.MakeFolder("Baum\\a\\b\\c");
   Scratch.MakeFolder("Baum\\d");
   Scratch.WriteFile("Baum\\d\\datei.txt", "x");
-
   EXPECT_FALSE(RemoveEmptyFolders(top, false));  // d still holds a file
   EXPECT_FALSE(Exists(top + "\\a"));
   EXPECT_TRUE(Exists(top + "\\d\\datei.txt"));
-
   DeleteFileW(win::Widen(top + "\\d\\datei.txt").c_str());
   EXPECT_TRUE(RemoveEmptyFolders(top, false));
   EXPECT_FALSE(Exists(top));
-}
 
-TEST_F(LinkFiles, RemoveEmptyFoldersTriesTheTopEvenWhenKeptButNeverCountsIt) {
-  const std::string top = Scratch.MakeFolder("Baum");
-  Scratch.MakeFolder("Baum\\a\\b");
+  Scratch.MakeFolder("Baum\\a\\b");  // a kept top is still tried, but never counted
   EXPECT_FALSE(RemoveEmptyFolders(top, true));
   EXPECT_FALSE(Exists(top));
 }

@@ -9,20 +9,17 @@
 namespace kv::test {
 namespace {
 
-namespace reg = modRegTools;
-
 using UninstallEntry = InstallFixture;
 
-TEST_F(UninstallEntry, ThreeStringValuesWithAProgram) {
+TEST_F(UninstallEntry, ThreeStringValuesWithAProgramNoIconWithout) {
   Package->EXEFile = "Prog.exe";
   modInstall::WriteUninstallEntry(session, *Package);
   const std::string key = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - Testprogramm_2.0";
   EXPECT_EQ(modInstall::UninstallEntryKey(*Package), key);
-  EXPECT_EQ(reg::GetString(key, "DisplayName", "-", HKEY_LOCAL_MACHINE), "Testprogramm 2.0 (Version 2.0)");
-  EXPECT_EQ(reg::GetString(key, "UninstallString", "-", HKEY_LOCAL_MACHINE),
-            "\"" + session.AppDir + "KVSetup.exe\" -m \"Testprogramm_2.0\"");
-  EXPECT_EQ(reg::GetString(key, "DisplayIcon", "-", HKEY_LOCAL_MACHINE), App + "\\Prog.exe,0");
-
+  auto value = [&](const char* name) { return modRegTools::GetString(key, name, "-", HKEY_LOCAL_MACHINE); };
+  EXPECT_EQ(value("DisplayName"), "Testprogramm 2.0 (Version 2.0)");
+  EXPECT_EQ(value("UninstallString"), "\"" + session.AppDir + "KVSetup.exe\" -m \"Testprogramm_2.0\"");
+  EXPECT_EQ(value("DisplayIcon"), App + "\\Prog.exe,0");
   HKEY h = nullptr;
   ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, win::Widen(key).c_str(), 0, KEY_READ, &h), ERROR_SUCCESS);
   DWORD values = 0, subkeys = 0;
@@ -31,13 +28,11 @@ TEST_F(UninstallEntry, ThreeStringValuesWithAProgram) {
   RegCloseKey(h);
   EXPECT_EQ(values, 3u);
   EXPECT_EQ(subkeys, 0u);
-}
 
-TEST_F(UninstallEntry, NoIconWithoutAProgram) {
+  modRegTools::DeleteTree(key, HKEY_LOCAL_MACHINE);
+  Package->EXEFile = "";
   modInstall::WriteUninstallEntry(session, *Package);
-  const std::string key = modInstall::UninstallEntryKey(*Package);
-  EXPECT_TRUE(ValueExists(HKEY_LOCAL_MACHINE, key, "DisplayName"));
-  EXPECT_TRUE(ValueExists(HKEY_LOCAL_MACHINE, key, "UninstallString"));
+  EXPECT_EQ(value("DisplayName"), "Testprogramm 2.0 (Version 2.0)");
   EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, key, "DisplayIcon"));
 }
 

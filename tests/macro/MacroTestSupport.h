@@ -1,7 +1,6 @@
 #pragma once
-// Shared scaffolding of the macro tests: the installation fixture (scratch
-// medium, installation folder, isolated registry, scripted user) plus a way
-// to write a macro as setup.ini text and run it.
+// The installation fixture plus a way to write a macro as setup.ini text and
+// run it as the package's oninstall macro.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -23,16 +22,17 @@ class MacroTest : public InstallFixture {
     EXPECT_EQ(file.LoadFromText("<oninstall>\n" + body + "\n</oninstall>\n"), 0);
     return file.Root()->GroupNamed("oninstall");
   }
-  // Runs `body` as the package's oninstall macro.
-  void Run(const std::string& body) {
-    Package->OnInstall.SetGroup(Parse(body));
+  void Run(const std::string& body) { Run(Parse(body)); }
+  void Run(std::shared_ptr<CStructuredFileGroup> macro) {
+    Package->OnInstall.SetGroup(std::move(macro));
     Package->OnInstall.Execute(session, *Package);
   }
-
-  // The box text of an Abort/Retry/Ignore prompt for `message`.
-  static std::string Prompt(const std::string& message) { return message + kAriTail; }
-
-  std::string Read(const std::string& path) { return ReadFileBytes(path); }
+  // The texts of the boxes shown so far.
+  std::vector<std::string> Texts() const {
+    std::vector<std::string> texts;
+    for (const auto& box : ui.Boxes()) texts.push_back(box.request.text);
+    return texts;
+  }
 };
 
 }  // namespace kv::test

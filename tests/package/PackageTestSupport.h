@@ -1,8 +1,6 @@
 #pragma once
-// Helpers for the package tests: a scripted user with a title, and a fresh
-// temporary folder (host temp on the native build, the Windows temp folder
-// under wine) that is removed afterwards. Paths are handed out in the
-// product's form: UTF-8 with "\" between folder and name.
+// A scripted user with a title, and a temporary folder that hands out paths in
+// the product's form (UTF-8, "\" before the name) and is removed afterwards.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -22,8 +20,7 @@ struct UiFixture {
   UiContext Context() { return UiContext{ui, title}; }
 };
 
-inline std::filesystem::path HostPath(const std::string& productPath) {
-  std::string p = productPath;
+inline std::filesystem::path HostPath(std::string p) {
 #ifndef _WIN32
   for (char& c : p)
     if (c == '\\') c = '/';
@@ -35,9 +32,9 @@ class TempFolder {
  public:
   TempFolder() {
     static std::atomic<int> counter{0};
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string leaf = "kvpkg-" + std::string(info ? info->name() : "test") + "-" + std::to_string(++counter);
-    auto dir = std::filesystem::temp_directory_path() / leaf;
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();  // unique across programs
+    auto dir = std::filesystem::temp_directory_path() /
+               ("kvpkg-" + std::string(test ? test->name() : "") + "-" + std::to_string(++counter));
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     auto u8 = dir.u8string();
@@ -47,28 +44,22 @@ class TempFolder {
     std::error_code ec;
     std::filesystem::remove_all(HostPath(path_), ec);
   }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-
   const std::string& Path() const { return path_; }
   std::string operator/(const std::string& name) const { return path_ + "\\" + name; }
-
   std::string Write(const std::string& name, const std::string& bytes) const {
-    std::string full = *this / name;
-    std::ofstream out(HostPath(full), std::ios::binary);
-    out << bytes;
-    return full;
+    std::ofstream(HostPath(*this / name), std::ios::binary) << bytes;
+    return *this / name;
   }
 
  private:
   std::string path_;
 };
 
-inline std::string ReadBytes(const std::string& productPath) {
-  std::ifstream in(HostPath(productPath), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+inline std::string ReadBytes(const std::string& path) {
+  std::ifstream in(HostPath(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-inline bool Exists(const std::string& productPath) { return std::filesystem::exists(HostPath(productPath)); }
+inline bool Exists(const std::string& path) { return std::filesystem::exists(HostPath(path)); }
 
 }  // namespace kv::test

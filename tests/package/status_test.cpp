@@ -13,19 +13,14 @@ namespace {
 using test::TempFolder;
 using test::UiFixture;
 
-const char* const kSetup =
-    "<header>\r\n Name=Helfer\r\n DefaultPath=*programs*\\Helfer\r\n</header>\r\n"
-    "<files>\r\n"
-    " [file]\r\n  Name=a.dll|Büro.exe|c.txt\r\n [/file]\r\n"
-    "</files>\r\n";
-
 class PackageStatusTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    package.Load(dir.Write("setup.ini", Utf8ToAnsi(kSetup)));
+    package.Load(dir.Write("setup.ini", Utf8ToAnsi("<header>\r\n Name=Helfer\r\n DefaultPath=*programs*\\Helfer\r\n"
+                                                   "</header>\r\n<files>\r\n [file]\r\n  Name=a.dll|Büro.exe|c.txt\r\n"
+                                                   " [/file]\r\n</files>\r\n")));
     package.PackageDir = dir.Path();
   }
-  void WriteStatus(const std::string& text) { dir.Write("status.ini", Utf8ToAnsi(text)); }
   const CFile& File(const char* name) { return **package.Files.Find(name); }
   int32_t SaveError() {
     try {
@@ -41,90 +36,76 @@ class PackageStatusTest : public ::testing::Test {
   CPackage package{ui.Context()};
 };
 
-TEST_F(PackageStatusTest, MissingStatusMeansNotInstalledAndIsNotReported) {
-  package.InstalledIn = "C:\\alt";
-  package.SourcePath = "E:\\";
-  package.Load2();
-  EXPECT_EQ(package.InstalledIn, "");
-  EXPECT_EQ(package.SourcePath, "E:\\");
+TEST_F(PackageStatusTest, HeaderDefaultsAndWhatAMissingOrDamagedFileLeaves) {
+  struct Case {
+    const char* status;  // nullptr: no status.ini
+    const char* installedIn;
+    const char* sourcePath;
+  } cases[] = {
+      {nullptr, "", "E:\\"},  // not installed; the source stays
+      {"<files>\r\n</files>\r\n", "C:\\alt", "E:\\"},  // no header: both stay
+      {"<Header>\r\n</Header>\r\n", "*programs*\\Helfer", "d:"},  // placeholders stay unexpanded
+      {"<header>\r\n InstalledIn=C:\\X\r\n</header>\r\n<files>\r\n [file]\r\n</files>\r\n", "C:\\X", "d:"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.status ? c.status : "(none)");
+    if (c.status) dir.Write("status.ini", c.status);
+    package.InstalledIn = "C:\\alt";
+    package.SourcePath = "E:\\";
+    package.Load2();
+    EXPECT_EQ(package.InstalledIn, c.installedIn);
+    EXPECT_EQ(package.SourcePath, c.sourcePath);
+  }
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
-TEST_F(PackageStatusTest, HeaderDefaultsAreTheDefaultPathAndDriveD) {
-  WriteStatus("<Header>\r\n</Header>\r\n");
-  package.Load2();
-  EXPECT_EQ(package.InstalledIn, "*programs*\\Helfer");  // placeholders stay unexpanded
-  EXPECT_EQ(package.SourcePath, "d:");
-}
-
 TEST_F(PackageStatusTest, FileRecordsMatchByNameWithoutRegardToCase) {
-  WriteStatus("<header>\r\n InstalledIn=C:\\Programme\\Helfer\r\n SourcePath=E:\\\r\n</header>\r\n"
-              "<createdpaths>\r\n C:\\Programme\\Helfer\r\n C:\\Programme\\Helfer\\Daten\r\n</createdpaths>\r\n"
-              "<files>\r\n"
-              " [File]\r\n  Name=A.DLL\r\n  Installed=3\r\n  InstalledIn=C:\\Windows\\System32\r\n [/File]\r\n"
-              " [file]\r\n  Name=bÜRO.exe\r\n  Installed=1\r\n [/file]\r\n"
-              " [file]\r\n  Name=weg.dll\r\n  Installed=1\r\n [/file]\r\n"
-              " [file]\r\n  Installed=1\r\n [/file]\r\n"
-              " [file]\r\n  Name=c.txt\r\n  Installed=viel\r\n  InstalledIn=D:\\x\r\n [/file]\r\n"
-              "</files>\r\n");
+  dir.Write("status.ini",
+            Utf8ToAnsi("<header>\r\n InstalledIn=C:\\Programme\\Helfer\r\n SourcePath=E:\\\r\n</header>\r\n"
+                       "<createdpaths>\r\n C:\\Programme\\Helfer\r\n C:\\Programme\\Helfer\\Daten\r\n</createdpaths>\r\n"
+                       "<files>\r\n"
+                       " [File]\r\n  Name=A.DLL\r\n  Installed=3\r\n  InstalledIn=C:\\Windows\\System32\r\n [/File]\r\n"
+                       " [file]\r\n  Name=bÜRO.exe\r\n  Installed=1\r\n [/file]\r\n"
+                       " [file]\r\n  Name=weg.dll\r\n  Installed=1\r\n [/file]\r\n"
+                       " [file]\r\n  Installed=1\r\n [/file]\r\n"
+                       " [file]\r\n  Name=c.txt\r\n  Installed=viel\r\n  InstalledIn=D:\\x\r\n [/file]\r\n"
+                       "</files>\r\n"));
   package.Files[2]->Installed = 9;
   package.Load2();
-  EXPECT_EQ(package.InstalledIn, "C:\\Programme\\Helfer");
-  EXPECT_EQ(package.SourcePath, "E:\\");
   EXPECT_EQ(package.CreatedPaths, (std::vector<std::string>{"C:\\Programme\\Helfer", "C:\\Programme\\Helfer\\Daten"}));
   EXPECT_EQ(File("a.dll").Installed, 3);
   EXPECT_EQ(File("a.dll").InstalledIn, "C:\\Windows\\System32");
   EXPECT_EQ(File("Büro.exe").Installed, 1);
   EXPECT_EQ(File("Büro.exe").InstalledIn, "C:\\Programme\\Helfer");  // the package's folder
-  EXPECT_EQ(File("c.txt").Installed, 9);  // damaged number: old value stays ...
+  EXPECT_EQ(File("c.txt").Installed, 9);          // damaged number: old value stays ...
   EXPECT_EQ(File("c.txt").InstalledIn, "D:\\x");  // ... and the record is still read
-  EXPECT_EQ(package.Files.size(), 3u);  // unknown names are dropped, not added
+  EXPECT_EQ(package.Files.size(), 3u);            // unknown names are dropped, not added
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
-TEST_F(PackageStatusTest, DamagedStatusKeepsWhatCouldBeRead) {
-  WriteStatus("<header>\r\n InstalledIn=C:\\X\r\n</header>\r\n<files>\r\n [file]\r\n</files>\r\n");
-  package.Load2();
-  EXPECT_EQ(package.InstalledIn, "C:\\X");
-  EXPECT_TRUE(ui.ui.Boxes().empty());
-}
-
-TEST_F(PackageStatusTest, SaveWritesEveryFileInDefinitionOrder) {
-  package.InstalledIn = "C:\\Programme\\Helfer";
-  package.SourcePath = "E:\\";
-  package.CreatedPaths = {"C:\\Programme\\Helfer"};
-  package.Files[1]->Installed = 1;
-  package.Files[1]->InstalledIn = "C:\\Programme\\Helfer";
-  package.SaveStatus();
-  EXPECT_EQ(test::ReadBytes(dir / "status.ini"),
-            "<Header>\r\n"
-            " InstalledIn=C:\\Programme\\Helfer\r\n"
-            " SourcePath=E:\\\r\n"
-            "</Header>\r\n"
-            "<CreatedPaths>\r\n"
-            " C:\\Programme\\Helfer\r\n"
-            "</CreatedPaths>\r\n"
-            "<Files>\r\n"
-            " [File]\r\n  Name=a.dll\r\n  Installed=0\r\n  InstalledIn\r\n [/File]\r\n"
-            " [File]\r\n  Name=B\xFCro.exe\r\n  Installed=1\r\n  InstalledIn=C:\\Programme\\Helfer\r\n [/File]\r\n"
-            " [File]\r\n  Name=c.txt\r\n  Installed=0\r\n  InstalledIn\r\n [/File]\r\n"
-            "</Files>\r\n");
-}
-
-TEST_F(PackageStatusTest, SaveAndLoadRestoreTheRecord) {
+TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
   package.InstalledIn = "C:\\Programme\\Hälfte";
   package.SourcePath = "\\\\server\\medium";
-  package.CreatedPaths = {"C:\\Programme\\Hälfte", "C:\\Programme\\Hälfte\\Bin", "C:\\A"};
+  package.CreatedPaths = {"C:\\Programme\\Hälfte", "C:\\A"};
   package.Files[0]->Installed = -1;
   package.Files[0]->InstalledIn = "C:\\Windows";
   package.Files[2]->Installed = 2;
   package.Files[2]->InstalledIn = "C:\\Programme\\Hälfte";
   package.SaveStatus();
+  EXPECT_EQ(test::ReadBytes(dir / "status.ini"),
+            "<Header>\r\n InstalledIn=C:\\Programme\\H\xE4lfte\r\n SourcePath=\\\\server\\medium\r\n</Header>\r\n"
+            "<CreatedPaths>\r\n C:\\Programme\\H\xE4lfte\r\n C:\\A\r\n</CreatedPaths>\r\n"
+            "<Files>\r\n"
+            " [File]\r\n  Name=a.dll\r\n  Installed=-1\r\n  InstalledIn=C:\\Windows\r\n [/File]\r\n"
+            " [File]\r\n  Name=B\xFCro.exe\r\n  Installed=0\r\n  InstalledIn\r\n [/File]\r\n"
+            " [File]\r\n  Name=c.txt\r\n  Installed=2\r\n  InstalledIn=C:\\Programme\\H\xE4lfte\r\n [/File]\r\n"
+            "</Files>\r\n");
 
   UiFixture otherUi;
   CPackage again(otherUi.Context());
   again.Load(dir / "setup.ini");
   again.PackageDir = dir.Path() + "\\";  // a trailing "\" names the same file
+  EXPECT_EQ(again.StatusFileName(), package.StatusFileName());
   again.Load2();
   EXPECT_EQ(again.InstalledIn, package.InstalledIn);
   EXPECT_EQ(again.SourcePath, package.SourcePath);
@@ -133,24 +114,19 @@ TEST_F(PackageStatusTest, SaveAndLoadRestoreTheRecord) {
     EXPECT_EQ(again.Files[i]->Installed, package.Files[i]->Installed) << i;
     EXPECT_EQ(again.Files[i]->InstalledIn, package.Files[i]->InstalledIn) << i;
   }
-  EXPECT_EQ(again.StatusFileName(), package.StatusFileName());
 }
 
-TEST_F(PackageStatusTest, FolderRecordedTwiceFailsAndKeepsTheOldFile) {
-  WriteStatus("alt\r\n");
-  package.CreatedPaths = {"C:\\Programme\\X", "c:\\programme\\x"};
+TEST_F(PackageStatusTest, FailedOrSuppressedSavesKeepTheOldFile) {
+  dir.Write("status.ini", "alt\r\n");
+  package.NoStatusSave = true;
+  package.SaveStatus();
+  package.NoStatusSave = false;
+  package.CreatedPaths = {"C:\\Programme\\X", "c:\\programme\\x"};  // a folder recorded twice
   EXPECT_EQ(SaveError(), vberr::DuplicateKey);
   EXPECT_EQ(test::ReadBytes(dir / "status.ini"), "alt\r\n");
   EXPECT_TRUE(ui.ui.Boxes().empty());
-}
 
-TEST_F(PackageStatusTest, NoStatusSaveWritesNothing) {
-  package.NoStatusSave = true;
-  package.SaveStatus();
-  EXPECT_FALSE(test::Exists(dir / "status.ini"));
-}
-
-TEST_F(PackageStatusTest, WriteFailureIsReportedOnceAndPassedOn) {
+  package.CreatedPaths.clear();
   package.PackageDir = dir / "gibt es nicht";
   EXPECT_NE(SaveError(), 0);
   ASSERT_EQ(ui.ui.Boxes().size(), 1u);

@@ -1,12 +1,10 @@
 // Path placeholders.
 #include "install/ExpandPath.h"
 
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
 #include "package/CPackage.h"
-#include "platform/WinString.h"
+#include "platform/SpecialFolders.h"
 #include "session/Session.h"
 #include "support/ScriptedUi.h"
 
@@ -15,59 +13,33 @@ namespace {
 
 using modInstall::ExpandPath;
 
-std::string WindowsDir() {
-  wchar_t b[MAX_PATH] = {};
-  return win::Narrow(std::wstring(b, GetWindowsDirectoryW(b, MAX_PATH)));
-}
-std::string SystemDir() {
-  wchar_t b[MAX_PATH] = {};
-  return win::Narrow(std::wstring(b, GetSystemDirectoryW(b, MAX_PATH)));
-}
-
-class ExpandPathTest : public ::testing::Test {
- protected:
+TEST(ExpandPathTest, Placeholders) {
   test::ScriptedUi ui;
   Session s{ui};
-  void SetUp() override { s.ProgramFilesDir = "C:\\Programme"; }
-};
-
-TEST_F(ExpandPathTest, ProgramsInAnyCaseAndEveryOccurrence) {
-  EXPECT_EQ(ExpandPath(s, "*programs*\\Kivra\\", nullptr), "C:\\Programme\\Kivra\\");
-  EXPECT_EQ(ExpandPath(s, "*PROGRAMS*\\Kivra", nullptr), "C:\\Programme\\Kivra");
-  EXPECT_EQ(ExpandPath(s, "*ProGrams*\\Übung", nullptr), "C:\\Programme\\Übung");
-  EXPECT_EQ(ExpandPath(s, "*programs**Programs*", nullptr), "C:\\ProgrammeC:\\Programme");
-  EXPECT_EQ(ExpandPath(s, "", nullptr), "");
-  EXPECT_EQ(ExpandPath(s, "C:\\ohne\\Platzhalter", nullptr), "C:\\ohne\\Platzhalter");
-  EXPECT_EQ(ExpandPath(s, "*program*\\*other*\\*", nullptr), "*program*\\*other*\\*");
-}
-
-TEST_F(ExpandPathTest, WindowsAndSystemFolder) {
-  EXPECT_EQ(ExpandPath(s, "*windir*\\Fonts", nullptr), WindowsDir() + "\\Fonts");
-  EXPECT_EQ(ExpandPath(s, "*WinSysDir*\\kv.dll", nullptr), SystemDir() + "\\kv.dll");
-  // No separator is added: the text around the placeholder decides.
-  EXPECT_EQ(ExpandPath(s, "*windir*temp", nullptr), WindowsDir() + "temp");
-  EXPECT_EQ(ExpandPath(s, "*programs*|*windir*|*winsysdir*", nullptr),
-            "C:\\Programme|" + WindowsDir() + "|" + SystemDir());
-}
-
-TEST_F(ExpandPathTest, AppDirOnlyWithAPackage) {
-  EXPECT_EQ(ExpandPath(s, "*appdir*\\bin", nullptr), "*appdir*\\bin");
+  s.ProgramFilesDir = "C:\\Programme";
   CPackage package(s.Context());
   package.InstalledIn = "D:\\Kivra\\Produkt";
-  EXPECT_EQ(ExpandPath(s, "*APPDIR*\\bin", &package), "D:\\Kivra\\Produkt\\bin");
-  EXPECT_EQ(ExpandPath(s, "*appdir*bin", &package), "D:\\Kivra\\Produktbin");
-  EXPECT_EQ(ExpandPath(s, "*programs*\\*appdir*", &package), "C:\\Programme\\D:\\Kivra\\Produkt");
-}
+  const std::string win = modSpclFolder::GetWindowsFolder(), sys = modSpclFolder::GetSystemFolder();
+  // "+" before the input: with the package.
+  const std::pair<std::string, std::string> rows[] = {
+      {"*programs*\\Kivra\\", "C:\\Programme\\Kivra\\"},   {"*PROGRAMS*\\Übung", "C:\\Programme\\Übung"},
+      {"*ProGrams**programs*", "C:\\ProgrammeC:\\Programme"}, {"", ""},
+      {"*program*\\*other*\\*", "*program*\\*other*\\*"},   {"*windir*temp", win + "temp"},  // no separator added
+      {"*programs*|*WinDir*|*WINSYSDIR*", "C:\\Programme|" + win + "|" + sys},
+      {"*appdir*\\bin", "*appdir*\\bin"},  // no package: left alone
+      {"+*APPDIR*\\bin", "D:\\Kivra\\Produkt\\bin"},        {"+*programs*\\*appdir*", "C:\\Programme\\D:\\Kivra\\Produkt"}};
+  for (const auto& [in, expected] : rows) {
+    const bool withPackage = !in.empty() && in[0] == '+';
+    EXPECT_EQ(ExpandPath(s, in.substr(withPackage), withPackage ? &package : nullptr), expected) << in;
+  }
 
-TEST_F(ExpandPathTest, SubstitutedTextIsNotExpandedAgain) {
-  s.ProgramFilesDir = "C:\\*windir*";
+  s.ProgramFilesDir = "C:\\*windir*";  // substituted text is not expanded again ...
   EXPECT_EQ(ExpandPath(s, "*programs*\\x", nullptr), "C:\\*windir*\\x");
-  CPackage package(s.Context());
   package.InstalledIn = "*winsysdir*";
   EXPECT_EQ(ExpandPath(s, "*appdir*", &package), "*winsysdir*");
-  // The decision is taken on the given text; once a placeholder is there,
-  // every occurrence in the working text is replaced, substituted ones too.
-  EXPECT_EQ(ExpandPath(s, "*programs*;*WINDIR*", nullptr), "C:\\" + WindowsDir() + ";" + WindowsDir());
+  // ... but once the given text holds a placeholder, every occurrence in the
+  // working text is replaced, substituted ones too.
+  EXPECT_EQ(ExpandPath(s, "*programs*;*windir*", nullptr), "C:\\" + win + ";" + win);
 }
 
 }  // namespace

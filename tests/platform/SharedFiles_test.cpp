@@ -12,94 +12,56 @@ namespace kv {
 namespace {
 
 using namespace modTools;
-using test::RegistryGuard;
-using test::ValueExists;
+
+constexpr int32_t kMissing = -1, kText = -100;  // kText: stored as REG_SZ "7"
 
 int32_t Count(const std::string& name) { return modRegTools::GetNumber(kSharedDllsKey, name, -1, HKEY_LOCAL_MACHINE); }
 void SetCount(const std::string& name, int32_t n) {
-  modRegTools::SetNumber(kSharedDllsKey, name, n, HKEY_LOCAL_MACHINE);
+  if (n == kText) modRegTools::SetString(kSharedDllsKey, name, "7", HKEY_LOCAL_MACHINE);
+  else if (n != kMissing) modRegTools::SetNumber(kSharedDllsKey, name, n, HKEY_LOCAL_MACHINE);
 }
 
-TEST(SharedFiles, AddStartsAtOneOrTwoAndCountsUp) {
-  RegistryGuard guard;
-  AddSharedFileReference("C:\\Windows\\System32\\kvnew.dll", false);
-  EXPECT_EQ(Count("C:\\Windows\\System32\\kvnew.dll"), 1);
-  AddSharedFileReference("C:\\Windows\\System32\\kvold.dll", true);
-  EXPECT_EQ(Count("C:\\Windows\\System32\\kvold.dll"), 2);
-  AddSharedFileReference("C:\\Windows\\System32\\kvold.dll", true);
-  EXPECT_EQ(Count("C:\\Windows\\System32\\kvold.dll"), 3);
-
-  SetCount("C:\\x\\five.dll", 5);
-  AddSharedFileReference("C:\\x\\five.dll", false);
-  EXPECT_EQ(Count("C:\\x\\five.dll"), 6);
-  // Zero and negative counts are no counts.
-  SetCount("C:\\x\\zero.dll", 0);
-  AddSharedFileReference("C:\\x\\zero.dll", true);
-  EXPECT_EQ(Count("C:\\x\\zero.dll"), 2);
-  SetCount("C:\\x\\negative.dll", -4);
-  AddSharedFileReference("C:\\x\\negative.dll", false);
-  EXPECT_EQ(Count("C:\\x\\negative.dll"), 1);
-  // A count stored as text reads as 0.
-  modRegTools::SetString(kSharedDllsKey, "C:\\x\\text.dll", "7", HKEY_LOCAL_MACHINE);
-  AddSharedFileReference("C:\\x\\text.dll", false);
-  EXPECT_EQ(Count("C:\\x\\text.dll"), 1);
-}
-
-TEST(SharedFiles, ReleaseCountsDownAndRemovesTheLast) {
-  RegistryGuard guard;
-  SetCount("C:\\x\\five.dll", 5);
-  EXPECT_FALSE(ReleaseSharedFileReference("C:\\x\\five.dll"));
-  EXPECT_EQ(Count("C:\\x\\five.dll"), 4);
-
-  SetCount("C:\\x\\one.dll", 1);
-  EXPECT_TRUE(ReleaseSharedFileReference("C:\\x\\one.dll"));
-  EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, kSharedDllsKey, "C:\\x\\one.dll"));
-
-  // Unknown or not really shared: keep the file, touch nothing.
-  EXPECT_FALSE(ReleaseSharedFileReference("C:\\x\\unknown.dll"));
-  EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, kSharedDllsKey, "C:\\x\\unknown.dll"));
-  SetCount("C:\\x\\zero.dll", 0);
-  EXPECT_FALSE(ReleaseSharedFileReference("C:\\x\\zero.dll"));
-  EXPECT_EQ(Count("C:\\x\\zero.dll"), 0);
+TEST(SharedFiles, AddAndRelease) {
+  test::RegistryGuard guard;
+  // The stored count; after an install (file existed before?); release result and count after it.
+  struct Row { int32_t before; bool existed; int32_t added; bool freed; int32_t released; };
+  const Row rows[] = {{kMissing, false, 1, false, kMissing},  // unknown: kept, nothing written
+                      {kMissing, true, 2, false, kMissing},  {5, false, 6, false, 4},
+                      {1, false, 2, true, kMissing},          // the last user: value removed, file may go
+                      {0, true, 2, false, 0}, {-4, false, 1, false, -4},  // zero and negative are no counts
+                      {kText, false, 1, false, 0}};                       // text reads as 0
+  for (size_t n = 0; n < std::size(rows); ++n) {
+    const Row& r = rows[n];
+    const std::string add = "C:\\x\\add" + std::to_string(n), rel = "C:\\x\\rel" + std::to_string(n);
+    SetCount(add, r.before);
+    SetCount(rel, r.before);
+    AddSharedFileReference(add, r.existed);
+    EXPECT_EQ(Count(add), r.added) << n;
+    EXPECT_EQ(ReleaseSharedFileReference(rel), r.freed) << n;
+    EXPECT_EQ(Count(rel), r.released) << n;
+  }
   EXPECT_FALSE(ReleaseSharedFileReference(""));
 }
 
-TEST(SharedFiles, InstallThenUninstallTwice) {
-  RegistryGuard guard;
-  const std::string dll = "C:\\Programme\\Gemeinsam\\kvshared.dll";
-  AddSharedFileReference(dll, false);
-  AddSharedFileReference(dll, true);
-  EXPECT_EQ(Count(dll), 2);
-  EXPECT_FALSE(ReleaseSharedFileReference(dll));
-  EXPECT_TRUE(ReleaseSharedFileReference(dll));
-  EXPECT_EQ(Count(dll), -1);
-}
-
 TEST(SharedFiles, CountFoundOnlyUnderTheShortName) {
-  RegistryGuard guard;
+  test::RegistryGuard guard;
   test::ScratchFolder dir;
-  const std::string longName = dir.WriteFile("Gemeinsame Bibliothek.dll", "x");
-  const std::string shortName = GetShortPath(longName);
-  ASSERT_FALSE(shortName.empty());
+  const std::string longName = dir.WriteFile("Gemeinsame Bibliothek.dll", "x"), shortName = GetShortPath(longName);
   ASSERT_NE(shortName, longName);
-
+  ASSERT_FALSE(shortName.empty());
   SetCount(shortName, 3);
   EXPECT_FALSE(ReleaseSharedFileReference(longName));
   EXPECT_EQ(Count(longName), 2);   // written under the long name ...
   EXPECT_EQ(Count(shortName), 3);  // ... the short one stays as it was
-
   modRegTools::Delete(kSharedDllsKey, longName, HKEY_LOCAL_MACHINE);
   SetCount(shortName, 1);
   EXPECT_TRUE(ReleaseSharedFileReference(longName));
   EXPECT_EQ(Count(shortName), 1);
-  EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, kSharedDllsKey, longName));
-
-  // The long name wins when both exist.
-  SetCount(longName, 4);
+  EXPECT_EQ(Count(longName), kMissing);
+  SetCount(longName, 4);  // the long name wins when both exist
   SetCount(shortName, 9);
   EXPECT_FALSE(ReleaseSharedFileReference(longName));
-  EXPECT_EQ(Count(longName), 3);
-  EXPECT_EQ(Count(shortName), 9);
+  EXPECT_EQ(std::make_pair(Count(longName), Count(shortName)), std::make_pair(3, 9));
 }
 
 }  // namespace

@@ -1,12 +1,7 @@
-// Windows family probe and the restart sequence. ExitWindowsEx is always the
-// recording stand-in; the token calls go to the real system where a test
-// says so.
+// Windows family probe and the restart sequence through a recording stand-in.
 #include "platform/SystemRestart.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "session/Session.h"
 #include "support/ScriptedUi.h"
@@ -20,107 +15,60 @@ TEST(SystemRestart, DecodesGetVersion) {
   test::ScriptedUi ui;
   Session s(ui);
   DecodeWindowsVersion(s, 0x1DB10106u);  // NT 6.1 build 7601
-  EXPECT_TRUE(s.IsWindowsNT);
-  EXPECT_EQ(s.WinMajorVersion, 6);
-  EXPECT_EQ(s.WinMinorVersion, 1);
+  EXPECT_EQ((std::vector<int>{s.IsWindowsNT, s.WinMajorVersion, s.WinMinorVersion}), (std::vector<int>{1, 6, 1}));
   DecodeWindowsVersion(s, 0xC0000A04u);  // Windows 98: 4.10, top bit set
-  EXPECT_FALSE(s.IsWindowsNT);
-  EXPECT_EQ(s.WinMajorVersion, 4);
-  EXPECT_EQ(s.WinMinorVersion, 10);
-  DecodeWindowsVersion(s, 0x80000000u);
-  EXPECT_FALSE(s.IsWindowsNT);
-
+  EXPECT_EQ((std::vector<int>{s.IsWindowsNT, s.WinMajorVersion, s.WinMinorVersion}), (std::vector<int>{0, 4, 10}));
   ProbeWindowsVersion(s);  // wine presents itself as an NT system
   EXPECT_TRUE(s.IsWindowsNT);
   EXPECT_GE(s.WinMajorVersion, 5);
 }
 
-// Records the sequence; token calls optionally go to the real system.
-class RecordingRestart : public RestartApi {
- public:
-  bool realToken = false;
-  bool tokenResult = true;
-  bool adjustResult = true;
-  bool exitResult = true;
-  std::vector<std::string> calls;
-  TOKEN_PRIVILEGES lastPrivileges = {};
-  UINT exitFlags = 0xFFFF;
-  DWORD exitReason = 0xFFFF;
-
-  bool OpenProcessToken(HANDLE& token) override {
-    calls.push_back("OpenProcessToken");
-    if (realToken) return SystemRestartApi().OpenProcessToken(token);
-    token = reinterpret_cast<HANDLE>(0x1234);
-    return tokenResult;
-  }
-  void LookupShutdownPrivilege(LUID& luid) override {
-    calls.push_back("LookupPrivilegeValue");
-    if (realToken) SystemRestartApi().LookupShutdownPrivilege(luid);
-  }
-  bool AdjustTokenPrivileges(HANDLE token, TOKEN_PRIVILEGES& privileges) override {
-    calls.push_back("AdjustTokenPrivileges");
-    lastPrivileges = privileges;
-    if (realToken) return SystemRestartApi().AdjustTokenPrivileges(token, privileges);
-    return adjustResult;
-  }
-  bool ExitWindowsEx(UINT flags, DWORD reason) override {
-    calls.push_back("ExitWindowsEx");
-    exitFlags = flags;
-    exitReason = reason;
-    return exitResult;
-  }
+// Records the calls as one letter each: T(oken), L(ookup), A(djust), E(xit).
+struct RecordingRestart : RestartApi {
+  bool token = true, adjust = true, exit = true;
+  std::string calls;
+  TOKEN_PRIVILEGES privileges = {};
+  UINT flags = 0xFFFF;
+  DWORD reason = 0xFFFF;
+  bool OpenProcessToken(HANDLE&) override { return calls += 'T', token; }
+  void LookupShutdownPrivilege(LUID& luid) override { calls += 'L', luid = {0x77, 0}; }
+  bool AdjustTokenPrivileges(HANDLE, TOKEN_PRIVILEGES& p) override { return calls += 'A', privileges = p, adjust; }
+  bool ExitWindowsEx(UINT f, DWORD r) override { return calls += 'E', flags = f, reason = r, exit; }
 };
 
-using Calls = std::vector<std::string>;
-
-TEST(SystemRestart, Windows9xRestartsWithoutPrivileges) {
-  test::ScriptedUi ui;
-  Session s(ui);
-  s.IsWindowsNT = false;
-  RecordingRestart api;
-  EXPECT_TRUE(RestartWindows(s, api));
-  EXPECT_EQ(api.calls, Calls{"ExitWindowsEx"});
-  EXPECT_EQ(api.exitFlags, 2u);
-  EXPECT_EQ(api.exitReason, 0u);
-  api.exitResult = false;
-  EXPECT_FALSE(RestartWindows(s, api));
+TEST(SystemRestart, PathsThroughTheSeam) {
+  struct Row { bool nt, token, adjust, exit, result; const char* calls; };
+  const Row rows[] = {{false, true, true, true, true, "E"},   {false, true, true, false, false, "E"},
+                      {true, false, true, true, false, "T"},  {true, true, false, true, false, "TLA"},
+                      {true, true, true, false, false, "TLAE"}, {true, true, true, true, true, "TLAE"}};
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.calls);
+    test::ScriptedUi ui;
+    Session s(ui);
+    s.IsWindowsNT = r.nt;
+    RecordingRestart api;
+    api.token = r.token, api.adjust = r.adjust, api.exit = r.exit;
+    EXPECT_EQ(RestartWindows(s, api), r.result);
+    EXPECT_EQ(api.calls, r.calls);
+    if (std::string(r.calls).back() == 'E') { EXPECT_TRUE(api.flags == EWX_REBOOT && api.reason == 0); }
+    if (std::string(r.calls).find('A') != std::string::npos) {  // one privilege, the looked-up one, enabled
+      EXPECT_EQ(api.privileges.PrivilegeCount, 1u);
+      EXPECT_EQ(api.privileges.Privileges[0].Luid.LowPart, 0x77u);
+      EXPECT_EQ(api.privileges.Privileges[0].Attributes, static_cast<DWORD>(SE_PRIVILEGE_ENABLED));
+    }
+  }
 }
 
-TEST(SystemRestart, NoTokenNoRestart) {
-  test::ScriptedUi ui;
-  Session s(ui);
-  RecordingRestart api;
-  api.tokenResult = false;
-  EXPECT_FALSE(RestartWindows(s, api));
-  EXPECT_EQ(api.calls, Calls{"OpenProcessToken"});
-}
-
-TEST(SystemRestart, RefusedPrivilegeNoRestart) {
-  test::ScriptedUi ui;
-  Session s(ui);
-  RecordingRestart api;
-  api.adjustResult = false;
-  EXPECT_FALSE(RestartWindows(s, api));
-  EXPECT_EQ(api.calls, (Calls{"OpenProcessToken", "LookupPrivilegeValue", "AdjustTokenPrivileges"}));
-}
-
-TEST(SystemRestart, NtEnablesShutdownPrivilegeThenRestarts) {
-  test::ScriptedUi ui;
-  Session s(ui);
-  RecordingRestart api;
-  api.realToken = true;  // real token and privilege calls, recorded exit
-  EXPECT_TRUE(RestartWindows(s, api));
-  EXPECT_EQ(api.calls, (Calls{"OpenProcessToken", "LookupPrivilegeValue", "AdjustTokenPrivileges", "ExitWindowsEx"}));
-  EXPECT_EQ(api.exitFlags, static_cast<UINT>(EWX_REBOOT));
-  EXPECT_EQ(api.lastPrivileges.PrivilegeCount, 1u);
-  EXPECT_EQ(api.lastPrivileges.Privileges[0].Attributes, static_cast<DWORD>(SE_PRIVILEGE_ENABLED));
-  LUID shutdown = {};
-  ASSERT_TRUE(LookupPrivilegeValueW(nullptr, L"SeShutdownPrivilege", &shutdown));
-  EXPECT_EQ(api.lastPrivileges.Privileges[0].Luid.LowPart, shutdown.LowPart);
-  EXPECT_EQ(api.lastPrivileges.Privileges[0].Luid.HighPart, shutdown.HighPart);
-  // The exit's answer is the result.
-  api.exitResult = false;
-  EXPECT_FALSE(RestartWindows(s, api));
+TEST(SystemRestart, RealApiEnablesTheShutdownPrivilege) {
+  RestartApi& api = SystemRestartApi();
+  HANDLE token = nullptr;
+  TOKEN_PRIVILEGES p = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
+  ASSERT_TRUE(api.OpenProcessToken(token));
+  api.LookupShutdownPrivilege(p.Privileges[0].Luid);
+  LUID expected = {};
+  ASSERT_TRUE(LookupPrivilegeValueW(nullptr, L"SeShutdownPrivilege", &expected));
+  EXPECT_EQ(p.Privileges[0].Luid.LowPart, expected.LowPart);
+  EXPECT_TRUE(api.AdjustTokenPrivileges(token, p));  // the token was opened with the adjust right
 }
 
 }  // namespace

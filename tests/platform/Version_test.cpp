@@ -15,7 +15,6 @@ namespace {
 using namespace modVersion;
 using test::MakeUnversionedFile;
 using test::MakeVersionedFile;
-using test::ScratchFolder;
 
 std::string LanguageName(uint16_t language) {
   wchar_t name[200] = {};
@@ -24,95 +23,58 @@ std::string LanguageName(uint16_t language) {
 }
 
 TEST(Version, FixedVersionWordsAreSigned) {
-  ScratchFolder dir;
-  const std::string file = dir / "a.dll";
-  MakeVersionedFile(file, {1, 2, 3, 40000}, test::kLangGerman, test::kOsDosWin32);
+  test::ScratchFolder dir;
+  MakeVersionedFile(dir / "a.dll", {1, 2, 3, 40000}, test::kLangGerman, test::kOsDosWin32);
   FixedVersion v;
-  ASSERT_TRUE(GetFixedVersion(file, v));
-  EXPECT_EQ(v.Words[0], 1);
-  EXPECT_EQ(v.Words[1], 2);
-  EXPECT_EQ(v.Words[2], 3);
-  EXPECT_EQ(v.Words[3], -25536);
-  EXPECT_EQ(v.FileOS, 0x00010004u);
-
-  FixedVersion none;
+  ASSERT_TRUE(GetFixedVersion(dir / "a.dll", v));
+  EXPECT_EQ(std::vector<int>(v.Words, v.Words + 4), (std::vector<int>{1, 2, 3, -25536}));
+  EXPECT_EQ(v.FileOS, test::kOsDosWin32);
   MakeUnversionedFile(dir / "plain.dll");
-  EXPECT_FALSE(GetFixedVersion(dir / "plain.dll", none));
-  EXPECT_FALSE(GetFixedVersion(dir.WriteFile("text.txt", "no PE here"), none));
-  EXPECT_FALSE(GetFixedVersion(dir / "missing.dll", none));
+  for (const std::string& none : {dir / "plain.dll", dir.WriteFile("text.txt", "no PE"), dir / "missing.dll"})
+    EXPECT_FALSE(GetFixedVersion(none, v)) << none;
 }
 
 TEST(Version, CompareFileVersions) {
-  ScratchFolder dir;
-  struct Case {
-    std::array<uint16_t, 4> a, b;
-    int32_t expected;
-  };
-  const Case cases[] = {
-      {{1, 2, 3, 4}, {1, 2, 10, 0}, 2},
-      {{1, 2, 10, 0}, {1, 2, 3, 4}, 1},
-      {{1, 2, 3, 4}, {1, 2, 3, 4}, 0},
-      {{2, 0, 0, 0}, {1, 9, 9, 9}, 1},
-      {{1, 0, 0, 5}, {1, 0, 0, 6}, 2},
-      // Words of 32768 and more count as negative.
-      {{1, 40000, 0, 0}, {1, 5, 0, 0}, 2},
-      {{32768, 0, 0, 0}, {32767, 0, 0, 0}, 2},
-      {{65535, 0, 0, 0}, {0, 0, 0, 0}, 2},
-      {{1, 2, 3, 65535}, {1, 2, 3, 65534}, 1},
-  };
+  test::ScratchFolder dir;
+  // Words of 32768 and more count as negative. v: no version resource, -: missing.
+  const std::pair<const char*, int32_t> cases[] = {
+      {"1.2.3.4 1.2.10.0", 2}, {"1.2.10.0 1.2.3.4", 1},     {"1.2.3.4 1.2.3.4", 0},     {"2.0.0.0 1.9.9.9", 1},
+      {"1.40000.0.0 1.5.0.0", 2}, {"32768.0.0.0 32767.0.0.0", 2}, {"65535.0.0.0 0.0.0.0", 2},
+      {"1.2.3.65535 1.2.3.65534", 1}, {"v v", -1}, {"v -", -1}, {"v 0.0.0.0", 2}, {"- 0.0.0.0", 2},
+      {"0.0.0.0 v", 1}};
   int n = 0;
-  for (const Case& c : cases) {
-    const std::string a = dir / ("a" + std::to_string(n) + ".dll");
-    const std::string b = dir / ("b" + std::to_string(n) + ".dll");
-    MakeVersionedFile(a, c.a);
-    MakeVersionedFile(b, c.b);
-    EXPECT_EQ(CompareFileVersions(a, b), c.expected) << "case " << n;
-    ++n;
+  auto make = [&](const std::string& spec) {
+    const std::string file = dir / (std::to_string(n++) + ".dll");
+    std::array<uint16_t, 4> w = {};
+    if (spec == "v") MakeUnversionedFile(file);
+    else if (spec != "-" && sscanf(spec.c_str(), "%hu.%hu.%hu.%hu", &w[0], &w[1], &w[2], &w[3]) == 4)
+      MakeVersionedFile(file, w);
+    else EXPECT_EQ(spec, "-");
+    return file;
+  };
+  for (const auto& [text, expected] : cases) {
+    const std::string both = text, a = make(both.substr(0, both.find(' '))), b = make(both.substr(both.find(' ') + 1));
+    EXPECT_EQ(CompareFileVersions(a, b), expected) << text;
   }
 }
 
-TEST(Version, CompareWithoutResources) {
-  ScratchFolder dir;
-  const std::string versioned = dir / "v.dll";
-  const std::string plain = dir / "p.dll";
-  MakeVersionedFile(versioned, {0, 0, 0, 0});
-  MakeUnversionedFile(plain);
-  EXPECT_EQ(CompareFileVersions(plain, dir / "p2.dll"), -1);  // second one missing
-  EXPECT_EQ(CompareFileVersions(plain, plain), -1);
-  EXPECT_EQ(CompareFileVersions(plain, versioned), 2);
-  EXPECT_EQ(CompareFileVersions(dir / "missing.dll", versioned), 2);
-  EXPECT_EQ(CompareFileVersions(versioned, plain), 1);
-}
-
-TEST(Version, LanguageOfFirstTranslation) {
-  ScratchFolder dir;
+TEST(Version, LanguageAndOSNames) {
+  test::ScratchFolder dir;
   MakeVersionedFile(dir / "de.dll", {1, 0, 0, 0}, test::kLangGerman);
   MakeVersionedFile(dir / "en.dll", {1, 0, 0, 0}, test::kLangEnglishUS);
   MakeVersionedFile(dir / "none.dll", {1, 0, 0, 0}, test::kLangGerman, test::kOsNtWin32, false);
-  MakeUnversionedFile(dir / "plain.dll");
-  const std::string german = GetFileLanguage(dir / "de.dll");
-  const std::string english = GetFileLanguage(dir / "en.dll");
-  std::printf("language names: '%s' / '%s'\n", german.c_str(), english.c_str());
-  EXPECT_FALSE(german.empty());
-  EXPECT_NE(german, english);
-  EXPECT_EQ(german, LanguageName(0x0407));
-  EXPECT_EQ(english, LanguageName(0x0409));
+  EXPECT_FALSE(LanguageName(0x0407).empty());
+  EXPECT_EQ(GetFileLanguage(dir / "de.dll"), LanguageName(0x0407));
+  EXPECT_EQ(GetFileLanguage(dir / "en.dll"), LanguageName(0x0409));
   EXPECT_EQ(GetFileLanguage(dir / "none.dll"), "");
-  EXPECT_EQ(GetFileLanguage(dir / "plain.dll"), "");
-}
-
-TEST(Version, OSNames) {
-  EXPECT_EQ(GetOSName(0x00010001), "DOS-Win16");
-  EXPECT_EQ(GetOSName(0x00010004), "DOS-Win32");
-  EXPECT_EQ(GetOSName(0x00020002), "OS/2-16 PM-16");
-  EXPECT_EQ(GetOSName(0x00030003), "OS/2-16 PM-32");
-  EXPECT_EQ(GetOSName(0x00040004), "NT-Win32");
-  EXPECT_EQ(GetOSName(0x00000004), "Unbekannt");  // VOS__WINDOWS32 alone
-  EXPECT_EQ(GetOSName(0x00040000), "Unbekannt");
+  const std::pair<uint32_t, const char*> names[] = {
+      {0x00010001, "DOS-Win16"},     {0x00010004, "DOS-Win32"}, {0x00020002, "OS/2-16 PM-16"},
+      {0x00030003, "OS/2-16 PM-32"}, {0x00040004, "NT-Win32"},  {0x00000004, "Unbekannt"}, {0x00040000, "Unbekannt"}};
+  for (const auto& [os, name] : names) EXPECT_EQ(GetOSName(os), name) << std::hex << os;
 }
 
 TEST(Version, DescribeFileVersion) {
-  ScratchFolder dir;
+  test::ScratchFolder dir;
   MakeVersionedFile(dir / "a.dll", {1, 2, 3, 40000}, test::kLangGerman, test::kOsNtWin32);
   EXPECT_EQ(DescribeFileVersion(dir / "a.dll"),
             "Version: 1.2.3.-25536\r\nSprache: " + LanguageName(0x0407) + "\r\nBetriebssystem: NT-Win32");

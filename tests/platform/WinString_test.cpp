@@ -12,23 +12,15 @@ using namespace win;
 
 TEST(WinString, Utf16RoundTrip) {
   EXPECT_EQ(Widen("Grüße"), L"Gr\u00fc\u00dfe");
-  EXPECT_EQ(Narrow(L"Gr\u00fc\u00dfe"), "Grüße");
-  const std::string emoji = "\xF0\x9F\x98\x80";  // outside the BMP: a surrogate pair
-  EXPECT_EQ(Widen(emoji).size(), 2u);
-  EXPECT_EQ(Narrow(Widen(emoji)), emoji);
-  EXPECT_EQ(Widen(""), L"");
-  EXPECT_EQ(Narrow(L""), "");
-  // Embedded NULs travel too (registry lists use them).
-  EXPECT_EQ(Narrow(Widen(std::string("a\0b", 3))), std::string("a\0b", 3));
-  // Broken input does not stop the conversion.
-  EXPECT_EQ(Widen("a\xFF" "b"), L"a\uFFFDb");
+  EXPECT_EQ(Widen("\xF0\x9F\x98\x80").size(), 2u);  // a surrogate pair
+  for (const std::string& s : {std::string("Grüße\xF0\x9F\x98\x80"), std::string(), std::string("a\0b", 3)})
+    EXPECT_EQ(Narrow(Widen(s)), s);
+  EXPECT_EQ(Widen("a\xFF" "b"), L"a\uFFFDb");  // broken input does not stop the conversion
 }
 
 TEST(WinString, AnsiCodePage) {
   if (GetACP() != 1252) GTEST_SKIP() << "code page " << GetACP();
-  EXPECT_EQ(ToAnsi("Grüße €"), "Gr\xFC\xDF" "e \x80");
-  EXPECT_EQ(FromAnsi("Gr\xFC\xDF" "e \x80"), "Grüße €");
-  EXPECT_EQ(ToAnsi("Ω"), "?");  // not in the code page
+  EXPECT_EQ(ToAnsi("Grüße €Ω"), "Gr\xFC\xDF" "e \x80?");
   std::string all;
   for (int b = 1; b < 256; ++b) all += static_cast<char>(b);
   EXPECT_EQ(ToAnsi(FromAnsi(all)), all);

@@ -7,7 +7,6 @@
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"
 #include "platform/WinString.h"
-#include "startup/PackageIndex.h"
 #include "startup/StartupWorld.h"
 
 namespace kv::test {
@@ -19,30 +18,26 @@ class StartupModes : public ::testing::Test {
  protected:
   StartupWorld world;
   std::vector<MediumFile> files{{"a.txt", "A"}, {"b.txt", "B"}};
-  std::string DemoIni() { return SetupIni("Demo", "1.0", files); }
+  std::string medium = world.MakeMedium("medium", SetupIni("Demo", "1.0", files), files);
+  std::string Ifp(const std::string& folder) { return "-ifp \"" + folder + "\""; }
+  bool Staged(const std::string& name) { return modTools::FileExists(world.appDir + "Packages\\Demo_1.0" + name); }
 };
 
-TEST_F(StartupModes, LaunchStartsTheProgramAndTouchesNothingElse) {
+TEST_F(StartupModes, LaunchStartsTheProgramAndTouchesNoSessionState) {
   const std::string program = world.scratch / "app.exe";
   CopyFileW(win::Widen(RecorderExe()).c_str(), win::Widen(program).c_str(), FALSE);
   auto run = world.Start("-O \"" + program + " /arg\" ignored \"text\"");
-
-  std::string log = WaitForFile(world.scratch / "app.log");
-  EXPECT_EQ(log, program + " /arg\r\n");
-  const Session& s = run->session;
-  EXPECT_EQ(s.AppDir, "");
-  EXPECT_EQ(s.SetupTitle, "Kivra Setup: ");
-  EXPECT_FALSE(s.Package);
-  EXPECT_FALSE(run->ui.EmptyFormLoaded());
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_TRUE(run->ui.Boxes().empty());
+  EXPECT_EQ(WaitForFile(world.scratch / "app.log"), program + " /arg\r\n");
+  EXPECT_EQ(run->session.AppDir, "");
+  EXPECT_EQ(run->session.SetupTitle, "Kivra Setup: ");
   EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages"));
-}
-
-TEST_F(StartupModes, LaunchOfAMissingProgramEndsSilently) {
-  auto run = world.Start("-o \"" + world.scratch / "missing.exe" + "\"");
-  EXPECT_TRUE(run->ui.Boxes().empty());
-  EXPECT_TRUE(run->ui.Pages().empty());
+  // A missing program ends silently, too.
+  auto missing = world.Start("-o \"" + world.scratch / "missing.exe" + "\"");
+  for (StartRun* r : {run.get(), missing.get()}) {
+    EXPECT_TRUE(r->ui.Pages().empty());
+    EXPECT_TRUE(r->ui.Boxes().empty());
+    EXPECT_FALSE(r->ui.EmptyFormLoaded());
+  }
 }
 
 TEST_F(StartupModes, AnythingElseSaysTheInstallerCannotBeStartedDirectly) {
@@ -50,152 +45,102 @@ TEST_F(StartupModes, AnythingElseSaysTheInstallerCannotBeStartedDirectly) {
     SCOPED_TRACE(tail);
     auto run = world.Start(tail);
     ASSERT_EQ(run->ui.Boxes().size(), 1u);
-    const MessageBoxRequest& box = run->ui.Boxes()[0].request;
-    EXPECT_EQ(box.text, modSetup::kDirectStartMessage);
-    EXPECT_EQ(box.title, "Kivra Setup");
-    EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-    EXPECT_EQ(box.buttons, MsgButtons::OK);
+    EXPECT_EQ(BoxOf(run->ui.Boxes()[0].request),
+              BoxOf({modSetup::kDirectStartMessage, "Kivra Setup", MsgButtons::OK, MsgIcon::Exclamation}));
     EXPECT_TRUE(run->ui.Pages().empty());
-    EXPECT_FALSE(run->ui.EmptyFormLoaded());
-    // The session was prepared before the mode was known.
-    EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages"));
+    EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages"));  // prepared before the mode was known
     EXPECT_EQ(run->session.ProgramFilesDir, world.programFiles);
   }
 }
 
 TEST_F(StartupModes, NewInstallationStagesIndexesAndShowsTheWelcomePage) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
   auto run = world.Start("-ifp \"" + medium + "\\\"");  // trailing backslash inside the quotes
   const Session& s = run->session;
   ASSERT_TRUE(s.Package);
   EXPECT_EQ(s.Package->SourcePath, medium);
-  const std::string packageDir = world.appDir + "Packages\\Demo_1.0";
-  EXPECT_EQ(s.Package->PackageDir, packageDir);
-  EXPECT_EQ(ReadFileBytes(packageDir + "\\setup.ini"), DemoIni());
-  EXPECT_EQ(ReadFileBytes(packageDir + "\\eula.txt"), "Lizenz\r\n");
+  EXPECT_EQ(s.Package->PackageDir, world.appDir + "Packages\\Demo_1.0");
+  EXPECT_EQ(ReadFileBytes(s.Package->PackageDir + "\\setup.ini"), SetupIni("Demo", "1.0", files));
+  EXPECT_EQ(ReadFileBytes(s.Package->PackageDir + "\\eula.txt"), "Lizenz\r\n");
   EXPECT_EQ(modRegTools::GetString(kIndexKey, "Product", "-", HKEY_LOCAL_MACHINE), "Demo");
   EXPECT_EQ(modRegTools::GetString(kIndexKey, "Version", "-", HKEY_LOCAL_MACHINE), "1.0");
   // The medium's start program is kept as the registration helper.
   EXPECT_EQ(ReadFileBytes(world.appDir + "dllregsv.exe"), ReadFileBytes(RecorderExe()));
-  EXPECT_TRUE(s.IsNewInstall);
-  EXPECT_TRUE(s.FilesInstalled);
-  EXPECT_TRUE(s.PackageRegistered);
+  EXPECT_TRUE(s.IsNewInstall && s.FilesInstalled && s.PackageRegistered);
   EXPECT_FALSE(s.OtherPackage);
   EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Start});
   EXPECT_EQ(run->ui.LastCaption(), "Kivra Setup: Demo Programm");
-  EXPECT_EQ(s.SetupTitle, "Kivra Setup: Demo Programm");
   EXPECT_TRUE(run->ui.EmptyFormLoaded());
   EXPECT_TRUE(run->ui.Boxes().empty());
-  EXPECT_TRUE(static_cast<bool>(s.CancelSetup));
 }
 
-TEST_F(StartupModes, MissingClosingQuoteEndsQuietlyWithoutAPackageFolder) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
-  auto run = world.Start("-ifp \"" + medium);
-  EXPECT_TRUE(run->ui.Boxes().empty());
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_FALSE(run->ui.EmptyFormLoaded());
-  EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages"));
-  EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0"));
-  EXPECT_TRUE(modRegTools::ListSubkeys("Software\\Kivra\\Setup\\Packages", HKEY_LOCAL_MACHINE).empty());
+TEST_F(StartupModes, EarlyEndsStageNothingAndSayOnlyWhatTheyMust) {
+  std::string noFiles = world.MakeMedium("leer", SetupIni("Leer", "1.0", {}), {});
+  std::string twice = world.MakeMedium("twice", SetupIni("Demo", "1.0", {{"a.txt"}, {"A.TXT"}}), {{"a.txt", "A"}});
+  struct Row { std::string tail; const char* report; bool alone; };
+  const Row rows[] = {
+      {"-ifp \"" + medium, nullptr, true},                 // no closing quote
+      {Ifp(noFiles), nullptr, true},                       // nothing to install
+      {Ifp(twice), "fehlerhaft (Fehler 457)", true},       // the same name twice
+      {"-m \"Nichts_9\"", "setup.ini", false},             // unknown package: the structured file reports
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.tail);
+    auto run = world.Start(row.tail);
+    ASSERT_EQ(run->ui.Boxes().empty(), row.report == nullptr);
+    if (row.report) { EXPECT_NE(run->ui.Boxes()[0].request.text.find(row.report), std::string::npos); }
+    EXPECT_TRUE(!row.alone || run->ui.Boxes().size() <= 1u) << "reported once";
+    EXPECT_TRUE(run->ui.Pages().empty());
+    EXPECT_FALSE(run->ui.EmptyFormLoaded());
+    EXPECT_FALSE(Staged(""));
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));
+  }
 }
 
 TEST_F(StartupModes, MissingEulaEndsAfterSetupIniWasStaged) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files, /*withEula=*/false);
-  auto run = world.Start("-ifp \"" + medium + "\"");
+  auto run = world.Start(Ifp(world.MakeMedium("noeula", SetupIni("Demo", "1.0", files), files, false)));
   ASSERT_EQ(run->ui.Boxes().size(), 1u);
-  EXPECT_EQ(run->ui.Boxes()[0].request.text,
-            "Die Datei \"eula.txt\" konnte nicht auf die Festplatte kopiert werden; Setup wird beendet.");
-  EXPECT_EQ(run->ui.Boxes()[0].request.title, "Kivra Setup");
+  EXPECT_EQ(BoxOf(run->ui.Boxes()[0].request),
+            BoxOf({"Die Datei \"eula.txt\" konnte nicht auf die Festplatte kopiert werden; Setup wird beendet.",
+                   "Kivra Setup", MsgButtons::OK, MsgIcon::Exclamation}));
   EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_FALSE(run->ui.EmptyFormLoaded());
-  EXPECT_TRUE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0\\setup.ini"));
-  EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0\\eula.txt"));
-  EXPECT_FALSE(test::KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));  // ended before the index
+  EXPECT_TRUE(Staged("\\setup.ini"));
+  EXPECT_FALSE(Staged("\\eula.txt"));
+  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));  // ended before the index
 }
 
-TEST_F(StartupModes, StagedFilesAreReplacedByTheMediumInHand) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
-  world.Start("-ifp \"" + medium + "\"");
-  // A later medium of the same version carries a corrected licence text.
-  std::string medium2 = world.MakeMedium("medium2", DemoIni(), files);
+TEST_F(StartupModes, CancelledAndKeptInstallationIsNewAndRestagedFromTheMediumInHand) {
+  world.Start(Ifp(medium));
+  // Index entry and staged data exist, status.ini has no installation folder.
+  // Without the version value the entry must be written again.
+  modRegTools::Delete(kIndexKey, "Version", HKEY_LOCAL_MACHINE);
+  std::string medium2 = world.MakeMedium("medium2", SetupIni("Demo", "1.0", files), files);
   world.scratch.WriteFile("medium2\\eula.txt", "Lizenz, korrigiert\r\n");
-  world.Start("-ifp \"" + medium2 + "\"");
+  auto run = world.Start(Ifp(medium2));
+  EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Start});
+  EXPECT_TRUE(run->session.IsNewInstall && run->session.FilesInstalled);
+  EXPECT_EQ(modRegTools::GetString(kIndexKey, "Version", "-", HKEY_LOCAL_MACHINE), "1.0");
   EXPECT_EQ(ReadFileBytes(world.appDir + "Packages\\Demo_1.0\\eula.txt"), "Lizenz, korrigiert\r\n");
 }
 
-TEST_F(StartupModes, SecondStartAfterACompleteInstallationIsMaintenanceFromTheNewMedium) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
-  auto first = world.InstallComplete(medium);
-  ASSERT_FALSE(first->session.Package->InstalledIn.empty());
-
-  std::string medium2 = world.MakeMedium("medium2", DemoIni(), files);
-  auto run = world.Start("-ifp \"" + medium2 + "\"");
-  const Session& s = run->session;
-  ASSERT_TRUE(s.Package);
-  EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Maintenance});
-  EXPECT_FALSE(s.IsNewInstall);
-  EXPECT_TRUE(s.PackageRegistered);
-  EXPECT_FALSE(s.FilesInstalled);
-  EXPECT_EQ(s.Package->SourcePath, medium2);
-  EXPECT_EQ(s.Package->InstalledIn, first->session.Package->InstalledIn);
-  EXPECT_EQ(s.Package->Files.Item("a.txt")->Installed, 1);
-}
-
-TEST_F(StartupModes, CancelledAndKeptInstallationIsTreatedAsNew) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
-  world.Start("-ifp \"" + medium + "\"");
-  // Index entry and staged data exist, but status.ini records no installation
-  // folder. Take the version value away to see the entry written again.
-  modRegTools::Delete(kIndexKey, "Version", HKEY_LOCAL_MACHINE);
-
-  auto run = world.Start("-ifp \"" + medium + "\"");
-  EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Start});
-  EXPECT_TRUE(run->session.IsNewInstall);
-  EXPECT_TRUE(run->session.FilesInstalled);
-  EXPECT_EQ(modRegTools::GetString(kIndexKey, "Version", "-", HKEY_LOCAL_MACHINE), "1.0");
-}
-
-TEST_F(StartupModes, MaintenanceLoadsTheStagedPackageAndItsStatus) {
-  std::string medium = world.MakeMedium("medium", DemoIni(), files);
-  auto first = world.InstallComplete(medium);
-
-  auto run = world.Start("-m \"Demo_1.0\"");
-  const Session& s = run->session;
-  ASSERT_TRUE(s.Package);
-  EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Maintenance});
-  EXPECT_EQ(s.Package->SourcePath, medium);  // from status.ini
-  EXPECT_EQ(s.Package->InstalledIn, first->session.Package->InstalledIn);
-  EXPECT_FALSE(s.IsNewInstall);
-  EXPECT_FALSE(s.FilesInstalled);
-  EXPECT_EQ(s.SetupTitle, "Kivra Setup: Demo Programm");
-}
-
-TEST_F(StartupModes, MaintenanceOfAnUnknownPackageEndsAfterTheLoadReport) {
-  auto run = world.Start("-m \"Nichts_9\"");
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_FALSE(run->ui.EmptyFormLoaded());
-  ASSERT_FALSE(run->ui.Boxes().empty());  // the structured file's own report
-  EXPECT_NE(run->ui.Boxes()[0].request.text.find("setup.ini"), std::string::npos);
-}
-
-TEST_F(StartupModes, DefinitionWithoutFilesEndsWithoutAWord) {
-  std::string medium = world.MakeMedium("medium", SetupIni("Leer", "1.0", {}), {});
-  auto run = world.Start("-ifp \"" + medium + "\"");
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_TRUE(run->ui.Boxes().empty());
-  EXPECT_FALSE(run->ui.EmptyFormLoaded());
-}
-
-TEST_F(StartupModes, DamagedDefinitionIsReportedAndNothingIsStaged) {
-  std::string ini = SetupIni("Demo", "1.0", {{"a.txt", "A"}, {"A.TXT", "A"}});  // same name twice
-  std::string medium = world.MakeMedium("medium", ini, {{"a.txt", "A"}});
-  auto run = world.Start("-ifp \"" + medium + "\"");
-  ASSERT_EQ(run->ui.Boxes().size(), 1u);
-  EXPECT_NE(run->ui.Boxes()[0].request.text.find("fehlerhaft (Fehler 457)"), std::string::npos);
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0"));
-  EXPECT_FALSE(test::KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));
+TEST_F(StartupModes, AfterACompleteInstallationBothStartsLeadToMaintenance) {
+  const std::string installedIn = world.InstallComplete(medium)->session.Package->InstalledIn;
+  ASSERT_FALSE(installedIn.empty());
+  std::string medium2 = world.MakeMedium("medium2", SetupIni("Demo", "1.0", files), files);
+  // -m takes the source from status.ini; a second -ifp from the medium in hand.
+  struct Row { std::string tail, source; bool registered; };
+  for (const Row& row : {Row{"-m \"Demo_1.0\"", medium, false}, Row{Ifp(medium2), medium2, true}}) {
+    SCOPED_TRACE(row.tail);
+    auto run = world.Start(row.tail);
+    const Session& s = run->session;
+    ASSERT_TRUE(s.Package);
+    EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Maintenance});
+    EXPECT_FALSE(s.IsNewInstall || s.FilesInstalled);
+    EXPECT_EQ(s.PackageRegistered, row.registered);
+    EXPECT_EQ(s.Package->SourcePath, row.source);
+    EXPECT_EQ(s.Package->InstalledIn, installedIn);
+    EXPECT_EQ(s.Package->Files.Item("a.txt")->Installed, 1);
+    EXPECT_EQ(s.SetupTitle, "Kivra Setup: Demo Programm");
+  }
 }
 
 }  // namespace

@@ -5,11 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 
 #include "install/ExpandPath.h"
 #include "install/InstallPackage.h"
 #include "package/CPackage.h"
+#include "platform/FileTools.h"
 #include "platform/RegTools.h"
 #include "platform/WinString.h"
 #include "startup/WizardFlow.h"
@@ -25,15 +25,9 @@ std::string BuiltProgram(const char* definedPath) {
 std::string RecorderExe() { return BuiltProgram(KV_RECORDER_EXE); }
 
 std::string WaitForFile(const std::string& path) {
-  // Started programs run on their own; give them a generous while.
-  for (int i = 0; i < 600; ++i) {
-    if (GetFileAttributesW(win::Widen(path).c_str()) != INVALID_FILE_ATTRIBUTES) {
-      Sleep(50);  // let the writer finish its one write
-      return ReadFileBytes(path);
-    }
-    Sleep(50);
-  }
-  return {};
+  for (int i = 0; i < 600 && !modTools::FileExists(path); ++i) Sleep(50);
+  Sleep(50);  // let the writer finish its one write
+  return ReadFileBytes(path);
 }
 
 std::string SetupIni(const std::string& name, const std::string& version, const std::vector<MediumFile>& files,
@@ -42,8 +36,12 @@ std::string SetupIni(const std::string& name, const std::string& version, const 
   if (!exeFile.empty()) ini += "EXEFile=" + exeFile + "\r\n";
   ini += "</header>\r\n<files>\r\n";
   for (const MediumFile& f : files) ini += "[file]\r\nName=" + f.name + "\r\n" + f.extraKeys + "[/file]\r\n";
-  ini += "</files>\r\n" + extraGroups;
-  return ini;
+  return ini + "</files>\r\n" + extraGroups;
+}
+
+std::string BoxOf(const MessageBoxRequest& box) {
+  return box.title + "|" + std::to_string(static_cast<int>(box.buttons)) + "|" +
+         std::to_string(static_cast<int>(box.icon)) + "|" + std::to_string(box.defaultButton) + "|" + box.text;
 }
 
 StartupWorld::StartupWorld() {
@@ -65,11 +63,9 @@ std::string StartupWorld::MakeMedium(const std::string& folder, const std::strin
   return path;
 }
 
-void StartupWorld::Prepare(Session& session) const { session.SelfDeleteFolder = windows; }
-
 std::unique_ptr<StartRun> StartupWorld::Start(const std::string& commandTail) {
   auto run = std::make_unique<StartRun>();
-  Prepare(run->session);
+  run->session.SelfDeleteFolder = windows;
   modSetup::StartOptions options;
   options.appDir = appDir;
   options.elevate = false;
@@ -82,7 +78,6 @@ std::unique_ptr<StartRun> StartupWorld::InstallComplete(const std::string& mediu
   Session& s = run->session;
   EXPECT_TRUE(s.Package) << "the medium did not load";
   if (!s.Package) return run;
-  // The path page: the default folder, expanded.
   s.Package->InstalledIn = modInstall::ExpandPath(s, s.Package->DefaultPath, s.Package.get());
   modSetup::StartInstallation(s);
   modInstall::InstallPackage(s, *s.Package, s.IsRepair, false);
@@ -95,55 +90,43 @@ namespace {
 void SnapshotKey(HKEY root, const std::string& rootName, const std::string& path, Snapshot& snap) {
   HKEY key = nullptr;
   if (RegOpenKeyExW(root, win::Widen(path).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
-  if (!path.empty()) snap.registry[rootName + "\\" + path] = "";
+  const std::string name = path.empty() ? rootName : rootName + "\\" + path;
+  if (!path.empty()) snap[name] = "";
+  wchar_t buffer[16384];
   for (DWORD i = 0;; ++i) {
-    wchar_t name[16384];
-    DWORD nameLength = 16384, type = 0, dataLength = 0;
-    if (RegEnumValueW(key, i, name, &nameLength, nullptr, &type, nullptr, &dataLength) != ERROR_SUCCESS) break;
-    std::string data(dataLength, '\0');
-    nameLength = 16384;
-    RegEnumValueW(key, i, name, &nameLength, nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &dataLength);
-    snap.registry[rootName + "\\" + path + "|" + win::Narrow(std::wstring(name, nameLength))] =
-        std::to_string(type) + ":" + data;
+    DWORD length = 16384, type = 0, size = 0;
+    if (RegEnumValueW(key, i, buffer, &length, nullptr, &type, nullptr, &size) != ERROR_SUCCESS) break;
+    std::string data(size, '\0');
+    length = 16384;
+    RegEnumValueW(key, i, buffer, &length, nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &size);
+    snap[name + "|" + win::Narrow(std::wstring(buffer, length))] = std::to_string(type) + ":" + data;
   }
   std::vector<std::string> subkeys;
   for (DWORD i = 0;; ++i) {
-    wchar_t name[256];
-    DWORD nameLength = 256;
-    if (RegEnumKeyExW(key, i, name, &nameLength, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
-    subkeys.push_back(win::Narrow(std::wstring(name, nameLength)));
+    DWORD length = 256;
+    if (RegEnumKeyExW(key, i, buffer, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+    subkeys.push_back(win::Narrow(std::wstring(buffer, length)));
   }
   RegCloseKey(key);
   for (const std::string& sub : subkeys) SnapshotKey(root, rootName, path.empty() ? sub : path + "\\" + sub, snap);
 }
 
 void SnapshotFolder(const std::string& root, const std::string& relative, Snapshot& snap) {
-  const std::string folder = relative.empty() ? root : root + "\\" + relative;
   WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW(win::Widen(folder + "\\*").c_str(), &found);
+  HANDLE search = FindFirstFileW(win::Widen(root + "\\" + relative + "*").c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return;
   do {
     std::string name = win::Narrow(found.cFileName);
     if (name == "." || name == "..") continue;
-    std::string rel = relative.empty() ? name : relative + "\\" + name;
+    std::string rel = relative + name;
     if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-      snap.files[rel] = "<dir>";
-      SnapshotFolder(root, rel, snap);
+      snap["disk:" + rel] = "<dir>";
+      SnapshotFolder(root, rel + "\\", snap);
     } else {
-      snap.files[rel] = ReadFileBytes(root + "\\" + rel);
+      snap["disk:" + rel] = ReadFileBytes(root + "\\" + rel);
     }
   } while (FindNextFileW(search, &found));
   FindClose(search);
-}
-
-std::vector<std::string> Diff(const std::map<std::string, std::string>& a, const std::map<std::string, std::string>& b,
-                              const std::string& prefix) {
-  std::vector<std::string> out;
-  for (const auto& [k, v] : b) {
-    auto it = a.find(k);
-    if (it == a.end() || it->second != v) out.push_back(prefix + k);
-  }
-  return out;
 }
 
 }  // namespace
@@ -157,19 +140,15 @@ Snapshot TakeSnapshot(const std::string& folder) {
   return snap;
 }
 
-std::vector<std::string> Added(const Snapshot& before, const Snapshot& after) {
-  auto out = Diff(before.registry, after.registry, "");
-  auto files = Diff(before.files, after.files, "disk:");
-  out.insert(out.end(), files.begin(), files.end());
-  return out;
-}
-
-std::vector<std::string> Removed(const Snapshot& before, const Snapshot& after) {
+std::vector<std::string> Changes(const Snapshot& before, const Snapshot& after) {
   std::vector<std::string> out;
-  for (const auto& [k, v] : before.registry)
-    if (!after.registry.count(k)) out.push_back(k);
-  for (const auto& [k, v] : before.files)
-    if (!after.files.count(k)) out.push_back("disk:" + k);
+  for (const auto& [k, v] : after) {
+    auto it = before.find(k);
+    if (it == before.end() || it->second != v) out.push_back(k);
+  }
+  for (const auto& [k, v] : before)
+    if (!after.count(k)) out.push_back("-" + k);
+  std::sort(out.begin(), out.end());
   return out;
 }
 

@@ -4,42 +4,35 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "platform/WinString.h"
 
 namespace kv::test {
 
-using win::Narrow;
 using win::Widen;
 
 namespace {
-
 const char kBase[] = "C:\\kvtest";
+}  // namespace
 
-std::string TestName() {
+ScratchFolder::ScratchFolder() {
   std::string name = "test";
   if (const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info())
     name = std::string(info->test_suite_name()) + "." + info->name();
   for (char& c : name)
-    if (c == '/' || c == '\\' || c == ':' || c == '*' || c == '?' || c == '"' || c == '<' || c == '>' || c == '|')
-      c = '_';
-  return name;
-}
-
-}  // namespace
-
-ScratchFolder::ScratchFolder() {
-  const std::string name = TestName();
+    if (std::string("/\\:*?\"<>|").find(c) != std::string::npos) c = '_';
   for (int n = 1; n < 10000; ++n) {
-    CreateDirectoryW(Widen(kBase).c_str(), nullptr);
+    CreateDirectoryW(Widen(kBase).c_str(), nullptr);  // again each time: another test may have removed it
     const std::string candidate = std::string(kBase) + "\\" + name + "-" + std::to_string(n);
     if (CreateDirectoryW(Widen(candidate).c_str(), nullptr)) {
       path_ = candidate;
       return;
     }
-    const DWORD error = GetLastError();
-    if (error != ERROR_ALREADY_EXISTS && error != ERROR_PATH_NOT_FOUND)
+    if (GetLastError() != ERROR_ALREADY_EXISTS && GetLastError() != ERROR_PATH_NOT_FOUND)
       throw std::runtime_error("ScratchFolder: cannot create " + candidate);
   }
   throw std::runtime_error("ScratchFolder: no free name for " + name);
@@ -52,12 +45,9 @@ ScratchFolder::~ScratchFolder() {
 
 std::string ScratchFolder::WriteFile(const std::string& name, const std::string& bytes) const {
   const std::string full = *this / name;
-  HANDLE h = CreateFileW(Widen(full).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) throw std::runtime_error("ScratchFolder: cannot write " + full);
-  DWORD written = 0;
-  const BOOL ok = ::WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-  CloseHandle(h);
-  if (!ok || written != bytes.size()) throw std::runtime_error("ScratchFolder: short write " + full);
+  std::ofstream out(std::filesystem::path(Widen(full)), std::ios::binary);
+  if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
+    throw std::runtime_error("ScratchFolder: cannot write " + full);
   return full;
 }
 
@@ -69,15 +59,10 @@ std::string ScratchFolder::MakeFolder(const std::string& name) const {
 }
 
 std::string ReadFileBytes(const std::string& path) {
-  HANDLE h = CreateFileW(Widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return std::string();
-  std::string bytes;
-  char buffer[65536];
-  DWORD got = 0;
-  while (ReadFile(h, buffer, sizeof(buffer), &got, nullptr) && got > 0) bytes.append(buffer, got);
-  CloseHandle(h);
-  return bytes;
+  std::ifstream in(std::filesystem::path(Widen(path)), std::ios::binary);
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
 }
 
 void RemoveTree(const std::string& path) {
@@ -87,12 +72,11 @@ void RemoveTree(const std::string& path) {
   HANDLE find = FindFirstFileW((wide + L"\\*").c_str(), &data);
   if (find != INVALID_HANDLE_VALUE) {
     do {
-      const std::wstring name = data.cFileName;
+      const std::wstring name = data.cFileName, child = wide + L"\\" + name;
       if (name == L"." || name == L"..") continue;
-      const std::wstring child = wide + L"\\" + name;
       SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
       if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-        RemoveTree(Narrow(child));
+        RemoveTree(win::Narrow(child));
       else
         DeleteFileW(child.c_str());
     } while (FindNextFileW(find, &data));

@@ -1,7 +1,6 @@
 #pragma once
-// A fresh folder under C:\kvtest for one test, named after the running test
-// (C:\kvtest\<suite>.<test>-<n>), removed with everything in it afterwards
-// (best effort: read-only files are made writable first).
+// A fresh folder C:\kvtest\<suite>.<test>-<n> for one test, removed with
+// everything in it afterwards (read-only files included).
 #include <string>
 
 namespace kv::test {
@@ -15,12 +14,10 @@ class ScratchFolder {
 
   // The folder, UTF-8, without trailing "\".
   const std::string& Path() const { return path_; }
-  // Path() + "\" + name.
   std::string operator/(const std::string& name) const { return path_ + "\\" + name; }
-  // Creates (or overwrites) the file Path() + "\" + name with the given bytes;
-  // returns its full path. Subfolders in `name` must exist.
+  // Creates or overwrites a file (its folder must exist); returns the full path.
   std::string WriteFile(const std::string& name, const std::string& bytes = {}) const;
-  // Creates the subfolder (and missing parents); returns its full path.
+  // Creates the subfolder and missing parents; returns the full path.
   std::string MakeFolder(const std::string& name) const;
 
  private:

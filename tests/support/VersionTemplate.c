@@ -1,10 +1,7 @@
-/* The template the version fixtures copy: a DLL that does nothing and has a
-   resource section but no version resource. */
+/* The template the version fixtures copy: a DLL without version resource. */
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
-  (void)instance;
-  (void)reason;
-  (void)reserved;
+  (void)instance, (void)reason, (void)reserved;
   return TRUE;
 }

@@ -6,7 +6,9 @@ reset_machine
 medium=$(make_medium demo) || exit 1
 mkdir -p "$C/Kivra-e2e/vorhanden" && echo x > "$C/Kivra-e2e/datei"
 on_desktop "$(winpath "$medium/setup.exe")"
-drv wait frmStart 120 click frmStart 210 wait frmPath 30 || fail "path page"
+drv wait frmStart 120 || fail "welcome page"
+shot frmStart
+drv click frmStart 210 wait frmPath 30 || fail "path page"
 drv settext frmPath 302 'Programme\Demo' click frmPath 310 box "kompletten Pfad (inklusive Laufwerksbuchstaben)" 1 \
   || fail "relative path accepted"
 drv settext frmPath 302 ' c:\ ' click frmPath 310 box "nicht direkt in den Basisordner" 1 expect frmPath 302 'c:' \
@@ -16,8 +18,10 @@ drv settext frmPath 302 'C:\Kivra-e2e\vorhanden' click frmPath 310 box "existier
   || fail "existing folder without question"
 shot frmPath-refused
 drv settext frmPath 302 'C:\Kivra-e2e\Ziel\' click frmPath 310 wait frmEULA 30 || fail "good path refused"
+shot frmEULA
 [ -d "$C/Kivra-e2e/Ziel" ] || fail "the path page did not create the folder"
 drv click frmEULA 710 wait frmInstalling 30 || fail "progress page"
+shot_now frmInstalling
 # Close the progress page as soon as the first file has arrived: the request
 # is handled between two files (or, at the latest, while the page waits out
 # its minimum time), and the run stops there.

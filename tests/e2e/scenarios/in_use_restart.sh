@@ -6,7 +6,7 @@
 reset_machine
 m1=$(make_medium update-1.0) || exit 1
 m2=$(make_medium update-2.0) || exit 1
-install_fresh "$m1" "" 1 0 0
+install_fresh "$m1" 1 0 0
 app="$PF/Kivra/Notizen"
 marker="$WORK/release"
 rm -f "$marker"
@@ -17,9 +17,15 @@ for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break;
 grep -q holding "$WORK/hold.log" || { touch "$marker"; fail "cannot hold the program file"; }
 
 on_desktop "$(winpath "$m2/setup.exe")"
-drv wait frmOtherInstalled 120 click frmOtherInstalled 610 wait frmPath 30 \
-    click frmPath 310 wait frmEULA 30 click frmEULA 710 || { touch "$marker"; fail "to the installation"; }
-drv wait frmLinks 180 click frmLinks 410 wait frmFinished 30 || { touch "$marker"; fail "finish page"; }
+drv wait frmOtherInstalled 120 || { touch "$marker"; fail "other-version page"; }
+shot frmOtherInstalled
+drv click frmOtherInstalled 610 wait frmPath 30 || { touch "$marker"; fail "path page"; }
+shot frmPath
+drv click frmPath 310 wait frmEULA 30 || { touch "$marker"; fail "licence page"; }
+shot frmEULA
+drv click frmEULA 710 wait frmLinks 180 || { touch "$marker"; fail "links page"; }
+shot frmLinks
+drv click frmLinks 410 wait frmFinished 30 || { touch "$marker"; fail "finish page"; }
 drv expect frmFinished 800 "Die Installation ist fast abgeschlossen." visible frmFinished 802 1 \
     visible frmFinished 803 1 visible frmFinished 804 0 || { touch "$marker"; fail "restart offer"; }
 shot frmFinished-restart

@@ -4,7 +4,7 @@
 . "$(dirname "$0")/../lib.sh" "$1" link_open
 reset_machine
 medium=$(make_medium demo) || exit 1
-install_fresh "$medium" "" 1 0 0
+install_fresh "$medium" 1 0 0
 open=$(reg reg HKCR 'KivraSetup.Link.Kivra Demo_1.0\shell\open\command' @) || fail "no Open verb"
 say "Open verb: $open"
 drv run "$open" || fail "cannot run the Open command"

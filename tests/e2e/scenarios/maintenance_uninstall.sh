@@ -5,7 +5,7 @@
 . "$(dirname "$0")/../lib.sh" "$1" maintenance_uninstall
 reset_machine
 medium=$(make_medium demo) || exit 1
-install_fresh "$medium" "" 1 1 1
+install_fresh "$medium" 1 1 1
 key='Kivra Demo_1.0'
 start_maintenance "$key"
 shot frmMaintenance

@@ -6,7 +6,7 @@
 reset_machine
 m1=$(make_medium update-1.0) || exit 1
 m2=$(make_medium update-2.0) || exit 1
-install_fresh "$m1" "" 1 0 0
+install_fresh "$m1" 1 0 0
 app="$PF/Kivra/Notizen"
 need_file "$app/alt.txt"
 echo "geändert" >> "$app/einstellungen.ini"
@@ -20,10 +20,17 @@ update_to_2() {
   drv click frmOtherInstalled 610 wait frmPath 30 expect frmPath 302 'C:\Program Files\Kivra\Notizen' \
       enabled frmPath 303 0 || fail "path page of the update"
   shot frmPath-update
-  drv click frmPath 310 wait frmEULA 30 click frmEULA 710 || fail "licence page"
+  drv click frmPath 310 wait frmEULA 30 || fail "licence page"
+  shot frmEULA-update
+  # The old version goes first; the page (at least half a second on screen)
+  # does not name the package during an update.
+  drv click frmEULA 710 wait frmUninstall 20 \
+      expect frmUninstall 1000 "Nicht mehr benötigte Dateien der alten Version werden entfernt..." \
+    || fail "uninstall page of the update"
+  shot_now frmUninstall-update
 }
 update_to_2
-finish_install "" 1 0 0
+finish_install 1 0 0
 cmp -s "$m2/notizen.exe" "$app/notizen.exe" || fail "notizen.exe is not version 2.0"
 need_file "$app/neu.txt"
 [ "$(md5sum < "$app/einstellungen.ini")" = "$settings" ] || fail "settings were overwritten"
