@@ -191,18 +191,20 @@ TEST_F(InstallFileTest, FileInUseGoesToThePendingListOrAsks) {
   EXPECT_EQ(pending.ItemData(1), App + "\\laeuft (1).dll");
   EXPECT_EQ(pending.ItemText(1), App + "\\laeuft.dll");
   EXPECT_EQ(ReadFileBytes(App + "\\laeuft (1).dll"), ReadFileBytes(Medium + "\\laeuft.dll"));
-  EXPECT_EQ(ReadFileBytes(App + "\\laeuft.dll"), old);
   EXPECT_EQ(f.Installed, 1);
   EXPECT_EQ(ListFolder(App).size(), 2u);  // no temporary copy of the system's left
+  held.Release();
+  EXPECT_EQ(ReadFileBytes(App + "\\laeuft.dll"), old);
 
   // Without a pending list the user is asked; Wiederholen after closing the program.
   DeleteFileW(win::Widen(App + "\\laeuft (1).dll").c_str());
   f.Installed = 0;
+  HeldOpen again(App + "\\laeuft.dll");
   ui.Answer(MsgResult::Ignore);
   Install(f);
   EXPECT_EQ(f.Installed, 0);
   ui.Answer(MsgResult::Retry);
-  ui.BeforeBox = [&](const MessageBoxRequest&) { held.Release(); };
+  ui.BeforeBox = [&](const MessageBoxRequest&) { again.Release(); };
   Install(f);
   EXPECT_EQ(ui.Boxes().size(), 2u);
   EXPECT_EQ(ui.Boxes()[0].request.text, "Die Datei laeuft.dll konnte nicht überschrieben werden." + kAriTail);

@@ -6,6 +6,7 @@
 #include "install/InstallFile.h"
 #include "install/InstallTestSupport.h"
 #include "install/Registration.h"
+#include "platform/ProcessStart.h"
 #include "platform/RegTools.h"
 #include "platform/SharedFiles.h"
 
@@ -18,6 +19,26 @@ const std::string kTypeLib = "TypeLib\\{5B0A2E6C-8F3D-4C1B-9A7E-2D4C6B8A1F03}";
 
 int32_t SharedCount(const std::string& path) {
   return modRegTools::GetNumber(modTools::kSharedDllsKey, path, -1, HKEY_LOCAL_MACHINE);
+}
+
+// Waiting for the exit code, the line reaching the program unchanged, and a
+// program that is not there.
+TEST(StartCommandLine, WaitsAndReportsTheExitCodeOrNotStarted) {
+  ScratchFolder dir;
+  const std::string exe = dir / "Mein Helfer.exe";
+  Copy(WinePath(KV_RECORDER_EXE), exe);
+  dir.WriteFile("Mein Helfer.exitcode", "7");
+  SetEnvironmentVariableW(L"KV_RECORDER_LOG", nullptr);
+  const std::string line = "\"" + exe + "\" \"ein Argument\" /x  Ende";
+  uint32_t code = 0;
+  ASSERT_TRUE(modTools::StartCommandLine(line, modTools::kShowHidden, true, &code));
+  EXPECT_EQ(code, 7u);
+  EXPECT_EQ(ReadFileBytes(dir / "Mein Helfer.log"), line + "\r\n");  // ended, so the log is complete
+  code = 123;
+  EXPECT_FALSE(modTools::StartCommandLine("\"" + (dir / "gibtsnicht.exe") + "\" /r", modTools::kShowNormalFocus,
+                                          true, &code));
+  EXPECT_EQ(code, 123u);
+  EXPECT_FALSE(modTools::StartCommandLine("", modTools::kShowNormalFocus));
 }
 
 class RegistrationTest : public InstallFixture {
@@ -78,33 +99,32 @@ TEST_F(RegistrationTest, HelperAndServerCommandLinesOnInstallAndRemoval) {
   EXPECT_FALSE(session.FilesLeft);
 }
 
-TEST_F(RegistrationTest, TypeLibraryIsRegisteredAndSurvivesRemoval) {
-  CFile& f = InstallWithKind("kvtest.tlb", 2, WinePath(KV_TEST_TLB));
-  EXPECT_EQ(modRegTools::GetString(kTypeLib + "\\1.0\\0\\win64", "", "fehlt", HKEY_CLASSES_ROOT), App + "\\kvtest.tlb");
-  EXPECT_TRUE(ui.Boxes().empty());
-  EXPECT_TRUE(UnregisterFile(session, f, false));
-  EXPECT_FALSE(Exists(App + "\\kvtest.tlb"));
-  EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, kTypeLib));
-}
-
-TEST_F(RegistrationTest, FailingTypeLibraryAsksRetryThenIgnore) {
+TEST_F(RegistrationTest, TypeLibraryFailsAsksRetriesThenRegistersAndSurvivesRemoval) {
   Scratch.WriteFile("medium\\kaputt.tlb", "keine Typbibliothek");
-  CFile& f = AddFile("kaputt.tlb");
-  f.Register = 2;
+  CFile& broken = AddFile("kaputt.tlb");
+  broken.Register = 2;
   ui.Answer(MsgResult::Retry);
   ui.Answer(MsgResult::Ignore);
-  Install(f);
+  Install(broken);
   ASSERT_EQ(ui.Boxes().size(), 2u);
   EXPECT_EQ(ui.Boxes()[0].request.text, "Beim Registrieren von kaputt.tlb ist ein Fehler aufgetreten." + kAriTail);
-  EXPECT_EQ(f.Installed, 0);  // copied, but not recorded
+  EXPECT_EQ(broken.Installed, 0);  // copied, but not recorded
   EXPECT_TRUE(Exists(App + "\\kaputt.tlb"));
   EXPECT_FALSE(session.FilesInstalled);
+  EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, kTypeLib));
 
   ui.Answer(MsgResult::Retry);  // after the file was put right
   ui.BeforeBox = [&](const MessageBoxRequest&) { Copy(WinePath(KV_TEST_TLB), App + "\\kaputt.tlb"); };
-  Install(f);
+  Install(broken);
   EXPECT_EQ(ui.Boxes().size(), 3u);
-  EXPECT_EQ(f.Installed, 1);
+  EXPECT_EQ(broken.Installed, 1);
+  EXPECT_EQ(modRegTools::GetString(kTypeLib + "\\1.0\\0\\win64", "", "fehlt", HKEY_CLASSES_ROOT), App + "\\kaputt.tlb");
+
+  CFile& f = InstallWithKind("kvtest.tlb", 2, WinePath(KV_TEST_TLB));
+  EXPECT_EQ(modRegTools::GetString(kTypeLib + "\\1.0\\0\\win64", "", "fehlt", HKEY_CLASSES_ROOT), App + "\\kvtest.tlb");
+  EXPECT_EQ(ui.Boxes().size(), 3u);
+  EXPECT_TRUE(UnregisterFile(session, f, false));
+  EXPECT_FALSE(Exists(App + "\\kvtest.tlb"));
   EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, kTypeLib));
 }
 

@@ -91,11 +91,21 @@ TEST_F(InstallRun, FreshRunInstallsRecordsRegistersAndRunsTheMacros) {
   EXPECT_EQ(ui.GetMousePointer(), MousePointer::Default);
 }
 
-// An update without a program: the update macro, no link class, no application
-// path, no icon.
-TEST_F(InstallRun, UpdateWithoutAProgram) {
+// An update without a program over files already on record: those are left
+// alone; the update macro runs; no link class, application path or icon.
+TEST_F(InstallRun, UpdateWithoutAProgramOverInstalledFiles) {
   MakePackage("");
+  for (auto& f : Package->Files) {
+    f->Installed = 1;
+    f->InstalledIn = App;
+  }
+  Scratch.MakeFolder("Programme\\Testprogramm\\Daten");
+  Scratch.WriteFile("Programme\\Testprogramm\\hilfe.txt", "VORHANDEN");
+  DeleteFileW(win::Widen(Medium + "\\prog.exe").c_str());  // would ask if it were looked for
   RunInstall(false, true);
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_FALSE(Exists(App + "\\prog.exe"));
+  EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "VORHANDEN");
   EXPECT_TRUE(Marked("Update"));
   EXPECT_FALSE(Marked("Frisch"));
   EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, modInstall::LinkExtension(*Package)));
@@ -104,23 +114,6 @@ TEST_F(InstallRun, UpdateWithoutAProgram) {
   const std::string entry = modInstall::UninstallEntryKey(*Package);
   EXPECT_TRUE(ValueExists(HKEY_LOCAL_MACHINE, entry, "UninstallString"));
   EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, entry, "DisplayIcon"));
-}
-
-TEST_F(InstallRun, InstalledFilesAreLeftAloneButRegistrationAndMacrosRun) {
-  MakePackage();
-  for (auto& f : Package->Files) {
-    f->Installed = 1;
-    f->InstalledIn = App;
-  }
-  Scratch.MakeFolder("Programme\\Testprogramm\\Daten");
-  Scratch.WriteFile("Programme\\Testprogramm\\hilfe.txt", "VORHANDEN");
-  DeleteFileW(win::Widen(Medium + "\\prog.exe").c_str());  // would ask if it were looked for
-  RunInstall();
-  EXPECT_TRUE(ui.Boxes().empty());
-  EXPECT_FALSE(Exists(App + "\\prog.exe"));
-  EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "VORHANDEN");
-  EXPECT_TRUE(Registered());
-  EXPECT_TRUE(Marked("Frisch"));
 }
 
 TEST_F(InstallRun, CancelDuringTheFilePhaseSkipsRegistrationAndMacros) {

@@ -5,13 +5,9 @@
 #include "package/CPackage.h"
 #include "package/PackageTestSupport.h"
 #include "package/Text.h"
-#include "package/VbError.h"
 
 namespace kv {
 namespace {
-
-using test::TempFolder;
-using test::UiFixture;
 
 class PackageStatusTest : public ::testing::Test {
  protected:
@@ -21,99 +17,76 @@ class PackageStatusTest : public ::testing::Test {
                                                    " [/file]\r\n</files>\r\n")));
     package.PackageDir = dir.Path();
   }
-  const CFile& File(const char* name) { return **package.Files.Find(name); }
-  int32_t SaveError() {
-    try {
-      package.SaveStatus();
-    } catch (const VbError& e) {
-      return e.Number();
-    }
-    return 0;
+  // InstalledIn|SourcePath|created folders|each file as Installed@InstalledIn
+  static std::string State(const CPackage& p) {
+    std::string s = p.InstalledIn + "|" + p.SourcePath + "|";
+    for (const auto& path : p.CreatedPaths) s += path + ",";
+    for (const auto& f : p.Files) s += "|" + std::to_string(f->Installed) + "@" + f->InstalledIn;
+    return s;
   }
 
-  TempFolder dir;
-  UiFixture ui;
+  test::TempFolder dir;
+  test::UiFixture ui;
   CPackage package{ui.Context()};
 };
 
 TEST_F(PackageStatusTest, HeaderDefaultsAndWhatAMissingOrDamagedFileLeaves) {
-  struct Case {
-    const char* status;  // nullptr: no status.ini
-    const char* installedIn;
-    const char* sourcePath;
-  } cases[] = {
-      {nullptr, "", "E:\\"},  // not installed; the source stays
+  struct { const char* status; const char* installedIn; const char* sourcePath; } cases[] = {
+      {nullptr, "", "E:\\"},  // no status.ini: not installed, the source stays
       {"<files>\r\n</files>\r\n", "C:\\alt", "E:\\"},  // no header: both stay
       {"<Header>\r\n</Header>\r\n", "*programs*\\Helfer", "d:"},  // placeholders stay unexpanded
       {"<header>\r\n InstalledIn=C:\\X\r\n</header>\r\n<files>\r\n [file]\r\n</files>\r\n", "C:\\X", "d:"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.status ? c.status : "(none)");
     if (c.status) dir.Write("status.ini", c.status);
     package.InstalledIn = "C:\\alt";
     package.SourcePath = "E:\\";
     package.Load2();
-    EXPECT_EQ(package.InstalledIn, c.installedIn);
-    EXPECT_EQ(package.SourcePath, c.sourcePath);
+    EXPECT_EQ(package.InstalledIn + "|" + package.SourcePath, std::string(c.installedIn) + "|" + c.sourcePath);
   }
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
 TEST_F(PackageStatusTest, FileRecordsMatchByNameWithoutRegardToCase) {
   dir.Write("status.ini",
-            Utf8ToAnsi("<header>\r\n InstalledIn=C:\\Programme\\Helfer\r\n SourcePath=E:\\\r\n</header>\r\n"
-                       "<createdpaths>\r\n C:\\Programme\\Helfer\r\n C:\\Programme\\Helfer\\Daten\r\n</createdpaths>\r\n"
-                       "<files>\r\n"
-                       " [File]\r\n  Name=A.DLL\r\n  Installed=3\r\n  InstalledIn=C:\\Windows\\System32\r\n [/File]\r\n"
+            Utf8ToAnsi("<header>\r\n InstalledIn=C:\\Helfer\r\n</header>\r\n"
+                       "<createdpaths>\r\n C:\\Helfer\r\n C:\\Helfer\\Daten\r\n</createdpaths>\r\n<files>\r\n"
+                       " [File]\r\n  Name=A.DLL\r\n  Installed=3\r\n  InstalledIn=C:\\Windows\r\n [/File]\r\n"
                        " [file]\r\n  Name=bÜRO.exe\r\n  Installed=1\r\n [/file]\r\n"
-                       " [file]\r\n  Name=weg.dll\r\n  Installed=1\r\n [/file]\r\n"
-                       " [file]\r\n  Installed=1\r\n [/file]\r\n"
-                       " [file]\r\n  Name=c.txt\r\n  Installed=viel\r\n  InstalledIn=D:\\x\r\n [/file]\r\n"
-                       "</files>\r\n"));
+                       " [file]\r\n  Name=weg.dll\r\n  Installed=1\r\n [/file]\r\n [file]\r\n  Installed=1\r\n [/file]\r\n"
+                       " [file]\r\n  Name=c.txt\r\n  Installed=viel\r\n  InstalledIn=D:\\x\r\n [/file]\r\n</files>\r\n"));
   package.Files[2]->Installed = 9;
   package.Load2();
-  EXPECT_EQ(package.CreatedPaths, (std::vector<std::string>{"C:\\Programme\\Helfer", "C:\\Programme\\Helfer\\Daten"}));
-  EXPECT_EQ(File("a.dll").Installed, 3);
-  EXPECT_EQ(File("a.dll").InstalledIn, "C:\\Windows\\System32");
-  EXPECT_EQ(File("Büro.exe").Installed, 1);
-  EXPECT_EQ(File("Büro.exe").InstalledIn, "C:\\Programme\\Helfer");  // the package's folder
-  EXPECT_EQ(File("c.txt").Installed, 9);          // damaged number: old value stays ...
-  EXPECT_EQ(File("c.txt").InstalledIn, "D:\\x");  // ... and the record is still read
-  EXPECT_EQ(package.Files.size(), 3u);            // unknown names are dropped, not added
+  // Büro.exe takes the package's folder; c.txt keeps its old number but the rest
+  // of its record is read; unknown names are dropped, not added.
+  EXPECT_EQ(State(package), "C:\\Helfer|d:|C:\\Helfer,C:\\Helfer\\Daten,|3@C:\\Windows|1@C:\\Helfer|9@D:\\x");
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
 TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
-  package.InstalledIn = "C:\\Programme\\Hälfte";
+  package.InstalledIn = "C:\\Hälfte";
   package.SourcePath = "\\\\server\\medium";
-  package.CreatedPaths = {"C:\\Programme\\Hälfte", "C:\\A"};
+  package.CreatedPaths = {"C:\\Hälfte", "C:\\A"};
   package.Files[0]->Installed = -1;
   package.Files[0]->InstalledIn = "C:\\Windows";
   package.Files[2]->Installed = 2;
-  package.Files[2]->InstalledIn = "C:\\Programme\\Hälfte";
+  package.Files[2]->InstalledIn = "C:\\Hälfte";
   package.SaveStatus();
   EXPECT_EQ(test::ReadBytes(dir / "status.ini"),
-            "<Header>\r\n InstalledIn=C:\\Programme\\H\xE4lfte\r\n SourcePath=\\\\server\\medium\r\n</Header>\r\n"
-            "<CreatedPaths>\r\n C:\\Programme\\H\xE4lfte\r\n C:\\A\r\n</CreatedPaths>\r\n"
-            "<Files>\r\n"
+            "<Header>\r\n InstalledIn=C:\\H\xE4lfte\r\n SourcePath=\\\\server\\medium\r\n</Header>\r\n"
+            "<CreatedPaths>\r\n C:\\H\xE4lfte\r\n C:\\A\r\n</CreatedPaths>\r\n<Files>\r\n"
             " [File]\r\n  Name=a.dll\r\n  Installed=-1\r\n  InstalledIn=C:\\Windows\r\n [/File]\r\n"
             " [File]\r\n  Name=B\xFCro.exe\r\n  Installed=0\r\n  InstalledIn\r\n [/File]\r\n"
-            " [File]\r\n  Name=c.txt\r\n  Installed=2\r\n  InstalledIn=C:\\Programme\\H\xE4lfte\r\n [/File]\r\n"
-            "</Files>\r\n");
+            " [File]\r\n  Name=c.txt\r\n  Installed=2\r\n  InstalledIn=C:\\H\xE4lfte\r\n [/File]\r\n</Files>\r\n");
 
-  UiFixture otherUi;
+  test::UiFixture otherUi;
   CPackage again(otherUi.Context());
   again.Load(dir / "setup.ini");
   again.PackageDir = dir.Path() + "\\";  // a trailing "\" names the same file
   EXPECT_EQ(again.StatusFileName(), package.StatusFileName());
   again.Load2();
-  EXPECT_EQ(again.InstalledIn, package.InstalledIn);
-  EXPECT_EQ(again.SourcePath, package.SourcePath);
-  EXPECT_EQ(again.CreatedPaths, package.CreatedPaths);
-  for (size_t i = 0; i < package.Files.size(); ++i) {
-    EXPECT_EQ(again.Files[i]->Installed, package.Files[i]->Installed) << i;
-    EXPECT_EQ(again.Files[i]->InstalledIn, package.Files[i]->InstalledIn) << i;
-  }
+  EXPECT_EQ(State(again), State(package));
 }
 
 TEST_F(PackageStatusTest, FailedOrSuppressedSavesKeepTheOldFile) {
@@ -122,16 +95,16 @@ TEST_F(PackageStatusTest, FailedOrSuppressedSavesKeepTheOldFile) {
   package.SaveStatus();
   package.NoStatusSave = false;
   package.CreatedPaths = {"C:\\Programme\\X", "c:\\programme\\x"};  // a folder recorded twice
-  EXPECT_EQ(SaveError(), vberr::DuplicateKey);
+  EXPECT_EQ(test::ErrorOf([&] { package.SaveStatus(); }), vberr::DuplicateKey);
   EXPECT_EQ(test::ReadBytes(dir / "status.ini"), "alt\r\n");
   EXPECT_TRUE(ui.ui.Boxes().empty());
 
   package.CreatedPaths.clear();
   package.PackageDir = dir / "gibt es nicht";
-  EXPECT_NE(SaveError(), 0);
-  ASSERT_EQ(ui.ui.Boxes().size(), 1u);
-  EXPECT_EQ(ui.ui.Boxes()[0].request.text,
-            "Beim Speichern der Datei " + (dir / "gibt es nicht\\status.ini") + " ist ein Fehler aufgetreten.");
+  EXPECT_NE(test::ErrorOf([&] { package.SaveStatus(); }), 0);
+  EXPECT_EQ(test::Boxes(ui.ui), std::vector<std::string>{"48|Kivra Setup: Testpaket|Beim Speichern der Datei " +
+                                                         (dir / "gibt es nicht\\status.ini") +
+                                                         " ist ein Fehler aufgetreten."});
 }
 
 }  // namespace

@@ -3,19 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include "package/VbError.h"
+#include "package/PackageTestSupport.h"
 
 namespace kv {
 namespace {
 
-int ErrorOf(auto&& action) {
-  try {
-    action();
-  } catch (const VbError& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 TEST(StringLongStringStack, PositionsAreOneBasedAndOpenUpToTheCapacity) {
   CStringLongStringStack list;

@@ -5,36 +5,19 @@
 #include <gtest/gtest.h>
 
 #include "package/PackageTestSupport.h"
-#include "package/VbError.h"
 
 namespace kv {
 namespace {
 
+using test::Dump;
 using test::TempFolder;
 using test::UiFixture;
 
 constexpr int32_t kBadClosingLine = -2147221503;  // 0x80040001
-
-// The tree in one line: values as name="value", groups as <name>{...} or [type]{...}.
-std::string Dump(const CStructuredFileGroup& group) {
-  std::string out;
-  for (const auto& item : group.Items) {
-    if (const CStructuredFileProp* p = item->AsProp()) {
-      out += p->Name + "=\"" + p->Value + "\"";
-    } else {
-      const CStructuredFileGroup& g = *item->AsGroup();
-      out += (g.CollectionItem ? "[" + g.Name + "]{" : "<" + g.Name + ">{") + Dump(g) + "}";
-    }
-  }
-  return out;
-}
+const std::string kTitle = "Kivra Setup: Testpaket";
 
 TEST(StructuredFileGrammar, ReadsEveryLineFormAndStopsAtTheFirstError) {
-  struct Case {
-    const char* text;
-    int32_t error;
-    const char* tree;  // what was read (before the error, if any)
-  } cases[] = {
+  struct { const char* text; int32_t error; const char* tree; } cases[] = {  // tree: what was read
       // Split at the first "=": the blank after it stays, trailing blanks go.
       {"Name = Wert  \r\nWort\r\n=leer\r\na=b=c\r\n   Eingerückt=  x\r\n", 0,
        R"(Name=" Wert"Wort=""="leer"a="b=c"Eingerückt="  x")"},
@@ -58,40 +41,21 @@ TEST(StructuredFileGrammar, ReadsEveryLineFormAndStopsAtTheFirstError) {
       {"<x>\n a=1\n</x>\n<y>\n a=1\n</y>\n", 0, R"(<x>{a="1"}<y>{a="1"})"},
       {"[file]\n[/file]\n[file]\n[/file]\n[FILE]\n[/FILE]\n", 0, "[file]{}[file]{}[FILE]{}"},
   };
-  for (const Case& c : cases) {
+  UiFixture ui;
+  CStructuredFile file(ui.Context());
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
-    UiFixture ui;
-    CStructuredFile file(ui.Context());
     EXPECT_EQ(file.LoadFromText(c.text), c.error);
     EXPECT_EQ(Dump(*file.Root()), c.tree);
   }
-}
-
-TEST(StructuredFileGrammar, NestingDeeperThanTheLimitIsAnErrorNotACrash) {
-  UiFixture ui;
-  CStructuredFile file(ui.Context());
-  std::string deep, fine;
+  std::string deep, fine;  // too deep is an error, not a crash
   for (int i = 0; i < 100000; ++i) deep += "<g>\n";
   for (int i = 0; i < StructuredLineReader::kMaxDepth; ++i) fine += "[g]\n";
   EXPECT_EQ(file.LoadFromText(deep), vberr::OutOfStackSpace);
   EXPECT_EQ(file.LoadFromText(fine), 0);
 }
 
-TEST(StructuredFileGroupValues, GetAndSetLeaveGroupsAlone) {
-  UiFixture ui;
-  CStructuredFile file(ui.Context());
-  ASSERT_EQ(file.LoadFromText("<g>\n</g>\nv=1\n"), 0);
-  CStructuredFileGroup& root = *file.Root();
-  EXPECT_EQ(root.GetValue("V", "d"), "1");
-  EXPECT_EQ(root.GetValue("g", "d"), "d");
-  EXPECT_EQ(root.GetValue("fehlt", "d"), "d");
-  root.SetValue("g", "x");
-  root.SetValue("v", "2");
-  root.SetValue("neu", "3");
-  EXPECT_EQ(Dump(root), R"(<g>{}v="2"neu="3")");
-}
-
-TEST(StructuredFileWriter, IndentsOneBlankPerLevelAndReadsBackTheSameTree) {
+TEST(StructuredFileTree, WriterIndentsOneBlankPerLevelAndReadsBackTheSameTree) {
   UiFixture ui;
   CStructuredFile file(ui.Context());
   CStructuredFileGroup& root = *file.Root();
@@ -99,11 +63,13 @@ TEST(StructuredFileWriter, IndentsOneBlankPerLevelAndReadsBackTheSameTree) {
   auto files = root.AddGroup("Files", false);
   auto one = files->AddGroup("File", true);
   one->AddValue("Name", "a.dll");
-  one->AddValue("Leer", "");
   files->AddValue("Wert", " mit Blank");
-  const std::string written = file.ToText();
-  EXPECT_EQ(written, "Oben=1\r\n<Files>\r\n [File]\r\n  Name=a.dll\r\n  Leer\r\n [/File]\r\n Wert= mit Blank\r\n</Files>\r\n");
-  const std::string tree = Dump(root);
+  root.SetValue("files", "x");  // a group stays a group
+  root.SetValue("OBEN", "2");
+  root.SetValue("Leer", "");
+  EXPECT_EQ(root.GetValue("oben", "d") + root.GetValue("files", "d") + root.GetValue("fehlt", "e"), "2de");
+  const std::string written = file.ToText(), tree = Dump(root);
+  EXPECT_EQ(written, "Oben=2\r\n<Files>\r\n [File]\r\n  Name=a.dll\r\n [/File]\r\n Wert= mit Blank\r\n</Files>\r\nLeer\r\n");
   ASSERT_EQ(file.LoadFromText(written), 0);
   EXPECT_EQ(Dump(*file.Root()), tree);
 }
@@ -131,8 +97,7 @@ TEST(StructuredFileTree, GroupsOutliveTheirFileAndClonesShareNothing) {
   StructuredItems items = kept->Items;
   kept.reset();
   EXPECT_TRUE(items.Contains("neu19"));
-  EXPECT_EQ(copy->GetValue("neu0", ""), "2");
-  EXPECT_EQ(copy->GetValue("neu19", ""), "v");
+  EXPECT_EQ(copy->GetValue("neu0", "") + copy->GetValue("neu19", ""), "2v");
 }
 
 TEST(StructuredFileDisk, GermanFileSurvivesLoadAndSaveByteForByte) {
@@ -151,8 +116,7 @@ TEST(StructuredFileDisk, GermanFileSurvivesLoadAndSaveByteForByte) {
   EXPECT_EQ(file.Root()->GroupNamed("HEADER")->GetValue("name", ""), "Bürohelfer");
   ASSERT_EQ(file.Save(), 0);
   EXPECT_EQ(test::ReadBytes(file.FileName), ansi);
-  // A save replaces a longer file whole and leaves no temporary file.
-  file.Root()->Items.Clear();
+  file.Root()->Items.Clear();  // a shorter tree replaces the file whole
   file.Root()->AddValue("kurz", "");
   ASSERT_EQ(file.Save(), 0);
   EXPECT_EQ(test::ReadBytes(file.FileName), "kurz\r\n");
@@ -160,17 +124,13 @@ TEST(StructuredFileDisk, GermanFileSurvivesLoadAndSaveByteForByte) {
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
-TEST(StructuredFileDisk, LoadFailuresShowTwoBoxesAndKeepTheStart) {
+TEST(StructuredFileDisk, FailuresAreShownInTheirBoxesAndKeepWhatWasRead) {
   TempFolder dir;
-  struct Case {
-    std::string path;
-    int32_t error;
-    const char* tree;
-  } cases[] = {
+  struct { std::string path; int32_t error; const char* tree; } cases[] = {
       {dir / "fehlt.ini", vberr::FileNotFound, ""},
       {dir.Write("setup.ini", "<header>\r\n Name=x\r\n[/header]\r\n"), kBadClosingLine, R"(<header>{Name="x"})"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     UiFixture ui;
     CStructuredFile file(ui.Context());
@@ -179,31 +139,17 @@ TEST(StructuredFileDisk, LoadFailuresShowTwoBoxesAndKeepTheStart) {
     EXPECT_TRUE(ui.ui.Boxes().empty());
     EXPECT_EQ(file.Load(), c.error);
     EXPECT_EQ(Dump(*file.Root()), c.tree);
-    ASSERT_EQ(ui.ui.Boxes().size(), 2u);
-    const MessageBoxRequest& first = ui.ui.Boxes()[0].request;
-    EXPECT_EQ(first.text, "Beim Laden der Datei " + c.path + " ist ein Fehler aufgetreten.");
-    EXPECT_EQ(first.icon, MsgIcon::Exclamation);
-    EXPECT_EQ(first.title, "Kivra Setup: Testpaket");
-    EXPECT_EQ(first.buttons, MsgButtons::OK);
-    const MessageBoxRequest& second = ui.ui.Boxes()[1].request;
-    EXPECT_EQ(second.text, c.path + "-" + std::to_string(c.error));
-    EXPECT_EQ(second.icon, MsgIcon::None);
-    EXPECT_EQ(second.title, "");
+    EXPECT_EQ(test::Boxes(ui.ui), (std::vector<std::string>{
+                                      "48|" + kTitle + "|Beim Laden der Datei " + c.path + " ist ein Fehler aufgetreten.",
+                                      "0||" + c.path + "-" + std::to_string(c.error)}));
   }
-}
-
-TEST(StructuredFileDisk, FailedSaveShowsOneBoxAndLeavesNothingBehind) {
-  TempFolder dir;
   UiFixture ui;
   CStructuredFile file(ui.Context());
   file.Root()->AddValue("a", "1");
   file.FileName = dir / "fehlt\\status.ini";
   EXPECT_NE(file.Save(), 0);
-  ASSERT_EQ(ui.ui.Boxes().size(), 1u);
-  const MessageBoxRequest& box = ui.ui.Boxes()[0].request;
-  EXPECT_EQ(box.text, "Beim Speichern der Datei " + file.FileName + " ist ein Fehler aufgetreten.");
-  EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-  EXPECT_EQ(box.title, "Kivra Setup: Testpaket");
+  EXPECT_EQ(test::Boxes(ui.ui), std::vector<std::string>{"48|" + kTitle + "|Beim Speichern der Datei " +
+                                                         file.FileName + " ist ein Fehler aufgetreten."});
   EXPECT_FALSE(test::Exists(dir / "fehlt"));
 }
 
