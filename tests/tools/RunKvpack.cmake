@@ -1,13 +1,11 @@
 # Runs kvpack as a user would and checks its exit code and output.
 #   cmake -DKVPACK=<[emulator|]program> -DARGS=<a|b|...> -DEXPECT_EXIT=<n>
-#         [-DEXPECT_OUTPUT=<regex|regex...>] [-DREJECT_OUTPUT=<regex>] -P RunKvpack.cmake
+#         -DEXPECT_OUTPUT=<regex|regex...> -DREJECT_OUTPUT=<regex> -P RunKvpack.cmake
 foreach(list KVPACK ARGS EXPECT_OUTPUT)
   string(REPLACE "|" ";" ${list} "${${list}}")
 endforeach()
 execute_process(COMMAND ${KVPACK} ${ARGS} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-string(REPLACE "\r" "" out "${out}")
-string(REPLACE "\r" "" err "${err}")
-set(all "${out}${err}")
+string(REPLACE "\r" "" all "${out}${err}")
 if(NOT rc STREQUAL EXPECT_EXIT)
   message(FATAL_ERROR "exit code ${rc}, expected ${EXPECT_EXIT}\n${all}")
 endif()
@@ -16,7 +14,6 @@ foreach(re IN LISTS EXPECT_OUTPUT)
     message(FATAL_ERROR "output lacks '${re}':\n${all}")
   endif()
 endforeach()
-if(DEFINED REJECT_OUTPUT AND all MATCHES "${REJECT_OUTPUT}")
+if(NOT REJECT_OUTPUT STREQUAL "" AND all MATCHES "${REJECT_OUTPUT}")
   message(FATAL_ERROR "output must not match '${REJECT_OUTPUT}':\n${all}")
 endif()
-message(STATUS "ok: exit ${rc}\n${all}")

@@ -57,12 +57,19 @@ const std::vector<std::string> kMedium = {"medium",           "medium/Bin",     
                                           "medium/extra.txt", "medium/setup.exe",   "medium/setup.ini"};
 
 TEST_F(KvpackBuild, LaysOutACompleteMediumAndNothingBesideIt) {
+  // The installer programs as the windows build lays them out, each in a folder
+  // of its own below a search root; a root with only one of the two is passed over.
+  Write("tree/src/app/setup/setup.exe", "MZ setup below");
+  Write("tree/src/app/kvsetup/KVSetup.exe", "MZ installer below");
+  Write("half/setup.exe", "MZ wrong");
+  options.installerDir.reset();
+  options.installerSearch = {dir.Sub("nowhere"), dir.Sub("half"), dir.Sub("tree")};
   ASSERT_EQ(Build(), 0) << err.str();
   EXPECT_EQ(Listing("out"), kMedium);
   EXPECT_EQ(Read("out/medium/eula.txt"), "Lizenz f\xFCr alle\r\n");  // byte for byte
   EXPECT_EQ(Read("out/medium/setup.ini"), Read("pkg/setup.ini"));
   EXPECT_EQ(Read("out/medium/Bin/helfer.dll"), "helper library");
-  EXPECT_EQ(Read("out/medium/KVSetup.exe"), "MZ installer");
+  EXPECT_EQ(Read("out/medium/setup.exe") + "|" + Read("out/medium/KVSetup.exe"), "MZ setup below|MZ installer below");
   EXPECT_NE(out.str().find("7 files"), std::string::npos) << out.str();
 }
 
@@ -99,6 +106,7 @@ TEST_F(KvpackBuild, AnOldMediumIsReplacedOnlyWithForceAndNeverThePackage) {
   options.force = true;
   ASSERT_EQ(Build(), 0) << err.str();
   EXPECT_EQ(Listing("out"), kMedium);
+  EXPECT_EQ(Read("out/medium/KVSetup.exe"), "MZ installer");  // from --installer
   fs::remove(os::ToPath(dir.Sub("pkg/eula.txt")));
   EXPECT_EQ(Build(), 1);
   EXPECT_EQ(Listing("out"), kMedium);  // a failing rebuild keeps the medium that was there
@@ -107,18 +115,6 @@ TEST_F(KvpackBuild, AnOldMediumIsReplacedOnlyWithForceAndNeverThePackage) {
   options.outFolder = dir.Sub("pkg");
   EXPECT_EQ(Build(), 1);
   EXPECT_TRUE(Exists("pkg/files/demo.exe") && Exists("pkg/setup.ini"));
-}
-
-TEST_F(KvpackBuild, FindsTheInstallerBelowASearchRoot) {
-  // As the windows build lays them out, each program in a folder of its own;
-  // a root with only one of the two is passed over.
-  Write("tree/src/app/setup/setup.exe", "MZ setup below");
-  Write("tree/src/app/kvsetup/KVSetup.exe", "MZ installer below");
-  Write("half/setup.exe", "MZ wrong");
-  options.installerDir.reset();
-  options.installerSearch = {dir.Sub("nowhere"), dir.Sub("half"), dir.Sub("tree")};
-  ASSERT_EQ(Build(), 0) << err.str();
-  EXPECT_EQ(Read("out/medium/setup.exe") + "|" + Read("out/medium/KVSetup.exe"), "MZ setup below|MZ installer below");
 }
 
 }  // namespace

@@ -70,25 +70,27 @@ TEST(KvpackCheck, ErrorsAreWhatTheInstallerCannotLoad) {
   struct { std::string ini; std::vector<std::string> expected; } cases[] = {
       {kHeader + "<files>\n [file]\n  Name=a.dll\n </file>\n [file]\n  Name=b.dll\n [/datei]\n</files>\n"  // 6-13
                  "<oninstall>\n[/oninstall]\n</onuninstall>\n</oninstall>\n</nichts>\n",                     // 14-18
-       {"9:e:expected '[/file]'", "12:e:does not match [file] from line 10", "15:e:ends a collection item",
-        "16:e:expected '</oninstall>'", "18:e:no matching opening line"}},
+       {"9:e:expected '[/file]'", "10:w:group 'file' inside [file] is ignored", "12:e:does not match [file] from line 10",
+        "13:e:'</files>' ends a named group", "15:e:ends a collection item", "16:e:expected '</oninstall>'",
+        "18:e:no matching opening line"}},
       {kHeader + "<HEADER>\n</HEADER>\n<files>\n [file]\n  Name=a.dll\n  name=b.dll\n [/file]\n</files>\nfiles\n",
        {"6:e:duplicate key 'HEADER' (first used on line 1)", "11:e:duplicate key 'name'", "14:e:duplicate key 'files'"}},
       {kHeader + "<files>\n [file]\n  Name=a.dll\n  Register=zwei\n [/file]\n</files>\n",
        {"9:e:Register 'zwei' is not a number"}},
       {kHeader + "<files>\n [file]\n  Name=a.dll\n  Register=99999999999\n [/file]\n</files>\n", {"9:e:32-bit range"}},
       {kHeader + "<files>\n Name=a.dll\n</files>\n", {"7:e:bare value 'Name' inside <files>"}},
-      {kHeader + "<regkeys>\n HKEY_CURRENT_USER\\Software\\X\n</regkeys>\n", {"7:e:inside <regkeys>"}},
+      {kHeader + "<regkeys>\n HKEY_CURRENT_USER\\Software\\X\n</regkeys>\n", {"7:e:inside <regkeys>", "0:w:no <files> group"}},
       {kHeader + "<files>\n [file]\n  Name=a.dll|b.dll\n [/file]\n [file]\n  Name=B.DLL\n [/file]\n</files>\n",
        {"11:e:'B.DLL' is listed twice (also on line 8)"}},
       {kHeader + "<files>\n [file]\n  Name=c.dll|c.dll\n [/file]\n</files>\n", {"8:e:'c.dll' is listed twice"}},
       // Read as the installer reads it: Windows-1252, "Ä" and "ä" the same letter.
       {kHeader + "<files>\n [file]\n  Name=\xC4nderung.txt\n [/file]\n [file]\n  Name=\xE4nderung.TXT\n [/file]\n</files>\n",
        {"11:e:'änderung.TXT' is listed twice (also on line 8)"}},
-      {kHeader + "oninstall=x\n", {"6:e:must be the group <oninstall>"}},
-      {"\xEF\xBB\xBF" + kHeader, {"1:e:byte order mark"}},  // the first line is no longer "<header>"
+      {kHeader + "oninstall=x\n", {"6:e:must be the group <oninstall>", "0:w:no <files> group"}},
+      {"\xEF\xBB\xBF<header>\n</header>\n<files>\n</files>\n",  // the first line is no longer "<header>"
+       {"1:e:byte order mark", "1:w:outside any group", "0:w:no <header>", "2:e:no matching opening line"}},
       // CR alone, LF alone and CR LF each end a line.
-      {"<header>\n Name=Demo\r Version=1.0\r\n</header>\n<files>\r [file]\n  Name=a.dll\n  Register=x\n [/file]\n",
+      {"<header>\n Name=Demo\r Version=1.0\r\n</header>\n<files>\r [file]\n  Name=a.dll\n  Register=x\n [/file]\n</files>\n",
        {"8:e:Register 'x' is not a number"}},
   };
   for (const auto& c : cases) {
@@ -111,7 +113,8 @@ TEST(KvpackCheck, WarningsAreWhatLoadsButNotAsMeant) {
         "10:w:unknown key 'Ziel' in [file]", "14:w:unknown macro command [deletefiles]", "17:w:wildcard",
         "20:w:wildcard"}},
       {"<header>\n Name=Demo\n</header>\n\t<files>\n [file]\n  Name=a.dll\n [/file]\n\tVersion=2.0\n",
-       {"1:w:no Version", "4:w:indented with a tab", "8:w:tab character"}},
+       {"1:w:no Version", "4:w:indented with a tab", "5:w:unknown group [file]", "8:w:tab character",
+        "0:w:no <files> group"}},
       // What the installer skips: a [file] without Name (its Register is never
       // read), another kind of item, and a program that is not installed.
       {"<header>\n Name=Demo\n Version=1.0\n EXEFile=bin\\demo.exe\n</header>\n<files>\n [file]\n"          // 1-7
