@@ -10,19 +10,21 @@ namespace {
 
 using test::ErrorOf;
 
-TEST(StringLongStringStack, PositionsAreOneBasedAndOpenUpToTheCapacity) {
+TEST(StringLongStringStack, PositionsAreOneBasedOpenUpToTheCapacityAndDuplicatesOptional) {
   CStringLongStringStack list;
   EXPECT_EQ(list.ItemText(0), "");
   EXPECT_EQ(ErrorOf([&] { list.ItemText(1); }), vberr::SubscriptOutOfRange);
   EXPECT_EQ(ErrorOf([&] { list.SetItemIndex(-1, 5); }), vberr::SubscriptOutOfRange);
   EXPECT_EQ(list.AddItem("data", 42, "text", false), 1);  // columns in name order
   EXPECT_EQ(list.Count(), 1);
-  EXPECT_EQ(list.ItemData(1), "data");
-  EXPECT_EQ(list.ItemIndex(1), 42);
-  EXPECT_EQ(list.ItemText(1), "text");
+  EXPECT_EQ(list.ItemData(1) + "|" + std::to_string(list.ItemIndex(1)) + "|" + list.ItemText(1), "data|42|text");
   list.SetItemText(10, "beyond");  // above Count, inside the capacity
   EXPECT_EQ(list.ItemText(10), "beyond");
   EXPECT_EQ(ErrorOf([&] { list.ItemText(11); }), vberr::SubscriptOutOfRange);
+  EXPECT_EQ(list.AddItem("other", 1, "text", true), 0);  // no duplicates: exact text only
+  EXPECT_EQ(list.Count(), 1);
+  EXPECT_EQ(list.AddItem("", 2, "TEXT", true), 2);
+  EXPECT_EQ(list.AddItem("", 3, "text", false), 3);
 }
 
 TEST(StringLongStringStack, CapacityFollowsCountInStepsOfTen) {
@@ -43,15 +45,6 @@ TEST(StringLongStringStack, CapacityFollowsCountInStepsOfTen) {
   EXPECT_EQ(ErrorOf([&] { list.SetCount(-10); }), vberr::SubscriptOutOfRange);
   EXPECT_EQ(ErrorOf([&] { list.SetCount(INT32_MAX); }), vberr::Overflow);  // capacity beyond 32 bits
   EXPECT_EQ(list.Count(), -5);  // unchanged after the failures
-}
-
-TEST(StringLongStringStack, NoDuplicatesComparesTextExactly) {
-  CStringLongStringStack list;
-  list.AddItem("", 0, "Datei.dll", true);
-  EXPECT_EQ(list.AddItem("other", 1, "Datei.dll", true), 0);
-  EXPECT_EQ(list.Count(), 1);
-  EXPECT_EQ(list.AddItem("", 2, "DATEI.DLL", true), 2);
-  EXPECT_EQ(list.AddItem("", 3, "Datei.dll", false), 3);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 namespace kv::modTools {
 namespace {
 
-TEST(PathTools, JoinSplitAndCleanNames) {
+TEST(PathTools, JoinSplitCleanAndCutNames) {
   EXPECT_EQ(JoinPath("C:\\A", "x"), "C:\\A\\x");
   EXPECT_EQ(JoinPath("C:\\", "x"), "C:\\x");
   EXPECT_EQ(JoinPath("", "x"), "\\x");
@@ -27,9 +27,6 @@ TEST(PathTools, JoinSplitAndCleanNames) {
   }
   EXPECT_EQ(ValidFileName("*/\\:?\"<>|"), "");  // the nine forbidden characters
   EXPECT_EQ(ValidFileName(" Größe: 5\".txt. "), " Größe 5.txt. ");  // nothing else is touched
-}
-
-TEST(PathTools, CutAtNullStopsAtTheFirstNul) {
   EXPECT_EQ(CutAtNull(std::string("abc\0def\0", 8)), "abc");
   EXPECT_EQ(CutAtNull(std::string("\0x", 2)), "");
   EXPECT_EQ(CutAtNull("plain"), "plain");

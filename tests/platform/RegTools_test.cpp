@@ -38,7 +38,7 @@ TEST(RegTools, ReadsByTypeWithDefaults) {
                       {"Software\\KVTest\\NoSuchKey", "Text", "def", -1}};
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);
-    if (r.str) EXPECT_EQ(GetString(r.key, r.name, "def", kCU), r.str);
+    if (r.str) { EXPECT_EQ(GetString(r.key, r.name, "def", kCU), r.str); }
     EXPECT_EQ(GetNumber(r.key, r.name, -1, kCU), r.num);
   }
   EXPECT_EQ(GetString(kKey, "Text", "def", HKEY_LOCAL_MACHINE), "def");  // roots are separate
