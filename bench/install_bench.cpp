@@ -18,7 +18,7 @@
 #include "install/InstallFile.h"
 #include "package/CFile.h"
 #include "package/CPackage.h"
-#include "package/UserInteraction.h"
+#include "package/NoWindowUi.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
 
@@ -39,7 +39,7 @@ double Seconds() {
 
 // Nobody is in front of the screen: every question is answered Ignore and
 // counted (a benchmark run must not ask anything).
-class QuietUi : public kv::UserInteraction {
+class QuietUi : public kv::NoWindowUi {
  public:
   int Questions = 0;
   kv::MsgResult MsgBox(const kv::MessageBoxRequest& r) override {
@@ -51,18 +51,7 @@ class QuietUi : public kv::UserInteraction {
     ++Questions;
     return kv::ConflictAnswer::KeepInstalled;
   }
-  std::string BrowseForFolder(const std::string&) override { return {}; }
-  void ShowPage(kv::PageId, const std::string&) override {}
-  void UnloadPage() override {}
-  void LoadEmptyForm() override {}
-  void UnloadEmptyForm() override {}
-  void DoEvents() override {}
-  void SetMousePointer(kv::MousePointer p) override { pointer_ = p; }
-  kv::MousePointer GetMousePointer() const override { return pointer_; }
   double Now() override { return Seconds(); }
-
- private:
-  kv::MousePointer pointer_ = kv::MousePointer::Default;
 };
 
 void WriteBytes(const std::string& path, size_t size, unsigned seed) {

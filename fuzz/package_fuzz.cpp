@@ -15,31 +15,11 @@
 
 #include "package/CPackage.h"
 #include "package/CStructuredFile.h"
+#include "package/NoWindowUi.h"
 #include "package/UserInteraction.h"
 #include "package/VbError.h"
 
 namespace {
-
-class CountingUi : public kv::UserInteraction {
- public:
-  int boxes = 0;
-  std::string lastText;
-  kv::MsgResult MsgBox(const kv::MessageBoxRequest& r) override {
-    ++boxes;
-    lastText = r.text;
-    return kv::MsgResult::OK;
-  }
-  kv::ConflictAnswer AskConflict(const kv::ConflictQuestion&) override { return kv::ConflictAnswer::Cancel; }
-  std::string BrowseForFolder(const std::string&) override { return {}; }
-  void ShowPage(kv::PageId, const std::string&) override {}
-  void UnloadPage() override {}
-  void LoadEmptyForm() override {}
-  void UnloadEmptyForm() override {}
-  void DoEvents() override {}
-  void SetMousePointer(kv::MousePointer) override {}
-  kv::MousePointer GetMousePointer() const override { return kv::MousePointer::Default; }
-  double Now() override { return 0; }
-};
 
 void Check(bool condition, const char* what) {
   if (!condition) {
@@ -101,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   else
     unlink((dir + "/status.ini").c_str());
 
-  CountingUi ui;
+  kv::NoWindowUi ui;
   std::string title = "Kivra Setup: Fuzz";
   kv::UiContext context{ui, title};
 
@@ -110,15 +90,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     kv::CStructuredFile file(context);
     file.FileName = setupPath;
     int32_t err = file.Load();
-    Check(err == 0 ? ui.boxes == 0 : ui.boxes == 2, "a load failure shows exactly two boxes");
-    if (err != 0) Check(ui.lastText == setupPath + "-" + std::to_string(err), "second box names the error");
+    Check(err == 0 ? ui.BoxTexts.size() == 0 : ui.BoxTexts.size() == 2, "a load failure shows exactly two boxes");
+    if (err != 0) Check(ui.BoxTexts.back() == setupPath + "-" + std::to_string(err), "second box names the error");
     if (err == 0 && Writable(*file.Root())) {
       std::string written = file.ToText();
       kv::CStructuredFile again(context);
       Check(again.LoadFromText(written) == 0, "written tree reads back");
       Check(again.ToText() == written, "written tree reads back unchanged");
     }
-    ui.boxes = 0;
+    ui.BoxTexts.clear();
   }
 
   // The package on top of it.
@@ -128,10 +108,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     package.Load(setupPath);
   } catch (const kv::VbError&) {
   }
-  int boxesAfterLoad = ui.boxes;
+  size_t boxesAfterLoad = ui.BoxTexts.size();
   Check(boxesAfterLoad == 0 || boxesAfterLoad == 2, "package load reports at most one failure");
   package.Load2();
-  Check(ui.boxes == boxesAfterLoad, "Load2 never reports");
+  Check(ui.BoxTexts.size() == boxesAfterLoad, "Load2 never reports");
   try {
     package.SaveStatus();
   } catch (const kv::VbError& e) {

@@ -43,13 +43,13 @@ TEST(Version, CompareFileVersions) {
       {"1.2.3.65535 1.2.3.65534", 1}, {"v v", -1}, {"v -", -1}, {"v 0.0.0.0", 2}, {"- 0.0.0.0", 2},
       {"0.0.0.0 v", 1}};
   int n = 0;
-  auto make = [&](const std::string& spec) {
+  auto make = [&](const std::string& what) {
     const std::string file = dir / (std::to_string(n++) + ".dll");
     std::array<uint16_t, 4> w = {};
-    if (spec == "v") MakeUnversionedFile(file);
-    else if (spec != "-" && sscanf(spec.c_str(), "%hu.%hu.%hu.%hu", &w[0], &w[1], &w[2], &w[3]) == 4)
+    if (what == "v") MakeUnversionedFile(file);
+    else if (what != "-" && sscanf(what.c_str(), "%hu.%hu.%hu.%hu", &w[0], &w[1], &w[2], &w[3]) == 4)
       MakeVersionedFile(file, w);
-    else EXPECT_EQ(spec, "-");
+    else EXPECT_EQ(what, "-");
     return file;
   };
   for (const auto& [text, expected] : cases) {

@@ -1,5 +1,5 @@
-// The real windows of single pages, in this process: every documented
-// control is there with its text, nothing is clipped or overlapping, the
+// The real windows of single pages, in this process: every control
+// of a page is there with its text, nothing is clipped or overlapping, the
 // pages are placed as the wizard places them, Enter and Escape reach the
 // right buttons, and message boxes speak German whatever the system language.
 #include <windows.h>

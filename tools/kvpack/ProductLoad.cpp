@@ -1,36 +1,11 @@
 #include "ProductLoad.h"
 
+#include "package/NoWindowUi.h"
 #include "package/VbError.h"
 
 namespace kvpack {
 
 namespace {
-
-// kvpack has no user in front of a wizard: message boxes of the package
-// layer are remembered and turned into one line of the report.
-class ReportingUi final : public kv::UserInteraction {
- public:
-  kv::MsgResult MsgBox(const kv::MessageBoxRequest& request) override {
-    if (!boxes.empty()) boxes += " / ";
-    boxes += request.text;
-    return kv::MsgResult::OK;
-  }
-  kv::ConflictAnswer AskConflict(const kv::ConflictQuestion&) override { return kv::ConflictAnswer::Cancel; }
-  std::string BrowseForFolder(const std::string&) override { return {}; }
-  void ShowPage(kv::PageId, const std::string&) override {}
-  void UnloadPage() override {}
-  void LoadEmptyForm() override {}
-  void UnloadEmptyForm() override {}
-  void DoEvents() override {}
-  void SetMousePointer(kv::MousePointer pointer) override { pointer_ = pointer; }
-  kv::MousePointer GetMousePointer() const override { return pointer_; }
-  double Now() override { return 0; }
-
-  std::string boxes;
-
- private:
-  kv::MousePointer pointer_ = kv::MousePointer::Default;
-};
 
 std::string Meaning(int32_t number) {
   switch (number) {
@@ -50,17 +25,23 @@ std::string Meaning(int32_t number) {
 ProductLoad LoadWithProduct(const std::string& iniPath) {
   // The package keeps a reference to the title and the interaction, so both
   // must outlive it: they are held statically for the tool's single thread.
-  static ReportingUi ui;
+  // kvpack has no user in front of a wizard: the package layer's message
+  // boxes are collected and turned into one line of the report.
+  static kv::NoWindowUi ui;
   static const std::string title = "kvpack";
   ProductLoad result;
-  ui.boxes.clear();
+  ui.BoxTexts.clear();
   result.package = std::make_unique<kv::CPackage>(kv::UiContext{ui, title});
   try {
     result.package->Load(iniPath);
   } catch (const kv::VbError& e) {
     result.failure = "error " + std::to_string(e.Number()) + " (" + Meaning(e.Number()) + ")";
   }
-  if (!ui.boxes.empty() && !result.failure) result.failure = ui.boxes;
+  if (!ui.BoxTexts.empty() && !result.failure) {
+    std::string boxes;
+    for (const auto& text : ui.BoxTexts) boxes += (boxes.empty() ? "" : " / ") + text;
+    result.failure = boxes;
+  }
   return result;
 }
 
