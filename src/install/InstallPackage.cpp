@@ -167,7 +167,7 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
   if (finished) {
     Quietly([&] { SchedulePendingReplacements(session, pending); });
     // Measured on the interaction's clock (monotonic, so no midnight wrap).
-    while (ui.Now() <= start + kMinimumDisplaySeconds) ui.DoEvents();
+    while (ui.Now() <= start + kMinimumDisplaySeconds) ui.WaitForEvents(start + kMinimumDisplaySeconds - ui.Now());
   }
 
   // Files a macro installed are on record too.

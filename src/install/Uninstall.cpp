@@ -182,6 +182,7 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
         DeleteFileQuietly(packageFolder + "\\status.ini");
         DeleteFileQuietly(packageFolder + "\\eula.txt");
         RemoveDirectoryW(win::Widen(packageFolder).c_str());
+        package.Removed = true;
         modRegTools::DeleteTree(std::string(kPackagesKey) + "\\" + identifier, HKEY_LOCAL_MACHINE);
       });
       if (!newPackage) {
@@ -218,7 +219,7 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
   }
 
   // The page is seen even when there was little to do.
-  while (ui.Now() - start < kMinimumDisplaySeconds) ui.DoEvents();
+  while (ui.Now() - start < kMinimumDisplaySeconds) ui.WaitForEvents(start + kMinimumDisplaySeconds - ui.Now());
   finish();
 }
 

@@ -41,6 +41,7 @@ class CPackage {
   bool NoStatusSave = false;              // SaveStatus writes nothing while set
   std::vector<std::string> RegKeys;       // registry keys of the package
   KeyedCollection<std::shared_ptr<CFile>> Files;  // keyed by CFile::Name, setup.ini order
+  bool Removed = false;  // set by the uninstallation once the package data is gone
 
   // Reads the definition at `path` (a full file path). Files, RegKeys and
   // CreatedPaths are emptied first. A failure ends the load where it stands

@@ -58,6 +58,10 @@ class UserInteraction {
 
   // Let pending window messages run (between files and steps of long work).
   virtual void DoEvents() = 0;
+  // Let messages run while waiting for a minimum display time to pass: the
+  // real windows sleep until a message arrives or `seconds` are over instead
+  // of spinning the processor. Stand-ins just pump once.
+  virtual void WaitForEvents(double seconds) { DoEvents(); }
   virtual void SetMousePointer(MousePointer pointer) = 0;
   virtual MousePointer GetMousePointer() const = 0;
   // Seconds on a monotonic clock; minimum display times are measured with it,

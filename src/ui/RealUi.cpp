@@ -236,6 +236,14 @@ void RealUi::DoEvents() {
   }
 }
 
+void RealUi::WaitForEvents(double seconds) {
+  // Sleep until input arrives or the time is over (at least one
+  // millisecond, at most a tenth of a second so the caller rechecks its clock).
+  const double clamped = seconds < 0.001 ? 0.001 : (seconds > 0.1 ? 0.1 : seconds);
+  MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(clamped * 1000.0), QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+  DoEvents();
+}
+
 void RealUi::RunMessageLoop() {
   while (AnyFormLoaded()) {
     unloaded_.clear();

@@ -35,6 +35,7 @@ class RealUi : public UserInteraction {
   void LoadEmptyForm() override;
   void UnloadEmptyForm() override;
   void DoEvents() override;
+  void WaitForEvents(double seconds) override;
   void SetMousePointer(MousePointer pointer) override;
   MousePointer GetMousePointer() const override { return pointer_; }
   double Now() override;

@@ -72,6 +72,7 @@ TEST_F(Uninstalling, TheLastPackageTakesTheInstallerWithIt) {
   EXPECT_GE(run->ui.Now() - 1000.0, 0.5);  // the page stayed up its minimum time (scripted clock)
   EXPECT_TRUE(run->ui.Boxes().empty());
   EXPECT_FALSE(modTools::FileExists(folder));
+  EXPECT_TRUE(s.Package->Removed);
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndex + "Demo_1.0"));
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE,
                          "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - Demo_1.0"));
