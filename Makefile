@@ -35,10 +35,11 @@ fuzz: deps
 	@cmake --build --preset fuzz -j $(JOBS)
 	@scripts/run-fuzz.sh build/fuzz $${FUZZ_SECONDS:-60}
 
-bench: deps
+# Native benchmarks from a release build, then the Windows ones under wine.
+bench: build-windows
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
-	@scripts/run-bench.sh
+	@KV_BENCH_WINDOWS_BUILD=build/windows scripts/run-bench.sh
 
 clean:
 	rm -rf build
