@@ -67,7 +67,6 @@ constexpr int frmFinished_lblWelcome = 801;
 constexpr int frmFinished_optRestart = 802;
 constexpr int frmFinished_optSelf = 803;
 constexpr int frmFinished_chkStartProg = 804;
-constexpr int frmFinished_Label1 = 805;
 constexpr int frmFinished_cmdNext = 810;
 
 // frmMaintenance

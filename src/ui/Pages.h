@@ -15,7 +15,4 @@ class RealUi;
 
 std::unique_ptr<Form> MakePage(PageId page, RealUi& ui, Session& session);
 
-// The web address shown on the finish page and meant after "Homepage".
-inline constexpr const char* kHomepage = "www.kivra.example";
-
 }  // namespace kv::ui

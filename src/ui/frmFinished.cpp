@@ -24,7 +24,8 @@ void frmFinished::Init(bool uninstallMode) {
   Show(ids::frmFinished_chkStartProg, s.showStartProg);
   SetChecked(ids::frmFinished_chkStartProg, s.showStartProg);
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
-  Label(ids::frmFinished_Label1, kHomepage, x, Layout::kButtonY + 5, 200, 18);
+  // The maker's web address is left out on purpose: the texts say
+  // "Homepage" without naming one.
   Button(ids::frmFinished_cmdNext, "Schließen", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
          Layout::kButtonH, true);
   cancelId_ = ids::frmFinished_cmdNext;  // the close box closes, too
