@@ -64,15 +64,19 @@ shot_now() {
     "$SHOTS/$(printf %02d $shot_no)-$1.png" 2>/dev/null || true
 }
 
-# Whether an installer process of this prefix is still running.
-installers_running() {
+# Whether a process of this prefix whose command line matches the extended
+# regular expression $1 (case ignored) is still running.
+prefix_process_running() {
   local p
   for p in /proc/[0-9]*; do
-    { tr '\0' ' ' <"$p/cmdline"; } 2>/dev/null | grep -qiE 'KVSetup\.exe|setup\.exe' || continue
+    { tr '\0' ' ' <"$p/cmdline"; } 2>/dev/null | grep -qiE "$1" || continue
     { tr '\0' '\n' <"$p/environ"; } 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" && return 0
   done
   return 1
 }
+
+# Whether an installer process of this prefix is still running.
+installers_running() { prefix_process_running 'KVSetup\.exe|setup\.exe'; }
 
 fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2

@@ -13,15 +13,7 @@ shot program
 drv nobox 2 || fail "a message box appeared"
 if drv list | grep -q 'KVSetup\.'; then fail "the installer showed a window"; fi
 # The installer only launched the program and has ended by itself.
-launcher_running() {
-  local p
-  for p in /proc/[0-9]*; do
-    { tr '\0' ' ' <"$p/cmdline"; } 2>/dev/null | grep -q 'KVSetup.exe -o' || continue
-    { tr '\0' '\n' <"$p/environ"; } 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" && return 0
-  done
-  return 1
-}
-for _ in $(seq 1 100); do launcher_running || break; sleep 0.3; done
-launcher_running && fail "KVSetup.exe -o is still running"
+for _ in $(seq 1 100); do prefix_process_running 'KVSetup\.exe -o' || break; sleep 0.3; done
+prefix_process_running 'KVSetup\.exe -o' && fail "KVSetup.exe -o is still running"
 drv closewin KivraBeispiel
 say "ok"
