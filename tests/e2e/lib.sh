@@ -29,9 +29,16 @@ drv() { timeout 300 "$KV_WINE" "$DRIVER" --desktop "$DESK" "$@"; }
 # The driver for registry steps (no desktop needed).
 # (Windows programs end their lines with CR LF.)
 reg() {
-  local out rc
-  out=$(timeout 120 "$KV_WINE" "$DRIVER" "$@")
-  rc=$?
+  local out rc try
+  for try in 1 2 3; do
+    out=$(timeout 120 "$KV_WINE" "$DRIVER" "$@")
+    rc=$?
+    # 0 and 1 are the driver's own verdicts (1 comes with its message); any
+    # other code means it never got to a verdict (wine could not run it), so
+    # the question is asked again rather than failing the scenario on it.
+    [ $rc -le 1 ] && break
+    echo "reg: the driver ended with code $rc (try $try)" >&2
+  done
   [ -n "$out" ] && printf '%s\n' "$out" | tr -d '\r'
   return $rc
 }
