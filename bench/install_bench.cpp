@@ -18,7 +18,7 @@
 #include "install/InstallFile.h"
 #include "package/CFile.h"
 #include "package/CPackage.h"
-#include "package/NoWindowUi.h"
+#include "base/NoWindowUi.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
 

@@ -19,7 +19,7 @@
 #include <string>
 
 #include "package/CPackage.h"
-#include "package/NoWindowUi.h"
+#include "base/NoWindowUi.h"
 
 // Heap accounting for the one run that measures memory; the timed runs go
 // without it, so that the bookkeeping does not show up in the times.

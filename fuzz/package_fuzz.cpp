@@ -15,9 +15,9 @@
 
 #include "package/CPackage.h"
 #include "package/CStructuredFile.h"
-#include "package/NoWindowUi.h"
-#include "package/UserInteraction.h"
-#include "package/VbError.h"
+#include "base/NoWindowUi.h"
+#include "base/UserInteraction.h"
+#include "base/VbError.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include "install/AppPaths.h"
 
 #include "package/CPackage.h"
-#include "package/StringTools.h"
-#include "package/Text.h"
+#include "base/StringTools.h"
+#include "base/Text.h"
 #include "platform/RegTools.h"
 
 namespace kv::modInstall {

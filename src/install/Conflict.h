@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 struct Session;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "package/CPackage.h"
-#include "package/StringTools.h"
-#include "package/Text.h"
+#include "base/StringTools.h"
+#include "base/Text.h"
 #include "platform/RegTools.h"
 #include "platform/WinString.h"
 #include "session/Session.h"

@@ -4,7 +4,7 @@
 #include <oleauto.h>
 
 #include "package/CFile.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/ProcessStart.h"
 #include "platform/SharedFiles.h"
 #include "platform/WinString.h"

@@ -2,7 +2,7 @@
 #include "install/UninstallEntry.h"
 
 #include "package/CPackage.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/RegTools.h"
 #include "session/Session.h"
 

@@ -6,8 +6,8 @@
 #include "macro/CommandContext.h"
 #include "package/CPackage.h"
 #include "package/CStructuredFile.h"
-#include "package/Text.h"
-#include "package/VbError.h"
+#include "base/Text.h"
+#include "base/VbError.h"
 #include "platform/WinString.h"
 
 namespace kv::macro {

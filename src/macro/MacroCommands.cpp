@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "package/Text.h"
+#include "base/Text.h"
 #include "platform/RegTools.h"
 
 namespace kv::macro {

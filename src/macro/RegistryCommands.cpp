@@ -1,7 +1,7 @@
 // The macro commands that work on the registry.
 #include "macro/CommandContext.h"
 #include "package/CStructuredFile.h"
-#include "package/Text.h"
+#include "base/Text.h"
 #include "platform/RegTools.h"
 
 namespace kv::macro {

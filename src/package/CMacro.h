@@ -1,15 +1,12 @@
 #pragma once
 // A macro of the package: one group of setup.ini whose child groups are the
-// commands. This layer only keeps the group; the interpreter (macro layer,
-// Windows only) gives Execute its body.
+// commands. The package only keeps the group; running it is the macro
+// layer's business (macro/Interpreter.h).
 #include <memory>
 
 #include "package/CStructuredFile.h"
 
 namespace kv {
-
-struct Session;
-class CPackage;
 
 class CMacro {
  public:
@@ -17,9 +14,6 @@ class CMacro {
   // nothing when run).
   const std::shared_ptr<CStructuredFileGroup>& Group() const { return group_; }
   void SetGroup(std::shared_ptr<CStructuredFileGroup> group) { group_ = std::move(group); }
-
-  // Runs the macro's commands for `package`. Defined by the macro layer.
-  void Execute(Session& session, CPackage& package);
 
  private:
   std::shared_ptr<CStructuredFileGroup> group_;

@@ -3,9 +3,9 @@
 #include <new>
 
 #include "package/CStructuredFile.h"
-#include "package/StringTools.h"
-#include "package/Text.h"
-#include "package/VbError.h"
+#include "base/StringTools.h"
+#include "base/Text.h"
+#include "base/VbError.h"
 
 namespace kv {
 namespace {

@@ -8,8 +8,8 @@
 
 #include "package/CFile.h"
 #include "package/CMacro.h"
-#include "package/KeyedCollection.h"
-#include "package/UserInteraction.h"
+#include "base/KeyedCollection.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "package/VbError.h"
+#include "base/VbError.h"
 
 namespace kv {
 

@@ -2,10 +2,10 @@
 
 #include <new>
 
-#include "package/FileIo.h"
-#include "package/NodeArena.h"
-#include "package/Text.h"
-#include "package/VbError.h"
+#include "base/FileIo.h"
+#include "base/NodeArena.h"
+#include "base/Text.h"
+#include "base/VbError.h"
 
 namespace kv {
 

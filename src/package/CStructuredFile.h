@@ -19,8 +19,8 @@
 #include <string>
 #include <string_view>
 
-#include "package/KeyedCollection.h"
-#include "package/UserInteraction.h"
+#include "base/KeyedCollection.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 

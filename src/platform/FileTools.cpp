@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 #include "platform/WinString.h"
 
 namespace kv::modTools {

@@ -1,7 +1,7 @@
 #pragma once
 // File and folder tools that need the file system or the shell. The pure
 // path-string helpers (JoinPath, ParentFolder, FileNamePart, ValidFileName,
-// CutAtNull, ItemExists) live in package/StringTools.h.
+// CutAtNull, ItemExists) live in base/StringTools.h.
 #include <windows.h>
 
 #include <cstdint>

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "package/CPackage.h"
-#include "package/StringTools.h"
-#include "package/Text.h"
+#include "base/StringTools.h"
+#include "base/Text.h"
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"
 

@@ -4,7 +4,7 @@
 
 #include "install/InstallFile.h"
 #include "package/CPackage.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/FileTools.h"
 #include "platform/ProcessStart.h"
 #include "platform/RegTools.h"

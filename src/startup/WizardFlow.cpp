@@ -1,7 +1,7 @@
 #include "startup/WizardFlow.h"
 
 #include "install/InstallFile.h"
-#include "install/Uninstall.h"
+#include "run/Uninstall.h"
 #include "package/CPackage.h"
 #include "platform/ProcessStart.h"
 

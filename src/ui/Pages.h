@@ -2,7 +2,7 @@
 // The page factory: one window class per wizard page.
 #include <memory>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 struct Session;

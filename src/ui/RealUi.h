@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 
 namespace kv {
 struct Session;

@@ -1,5 +1,5 @@
 #pragma once
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 #include "ui/Form.h"
 
 namespace kv::ui {

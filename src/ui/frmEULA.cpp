@@ -1,9 +1,11 @@
 #include "ui/frmEULA.h"
 
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmEULA.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 std::string ToEditLineBreaks(const std::string& text) {
   std::string out;

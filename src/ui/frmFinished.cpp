@@ -3,10 +3,12 @@
 #include "platform/ProcessStart.h"
 #include "platform/SystemRestart.h"
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmFinished.h"
 #include "ui/Pages.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmFinished::OnLoad() { Init(frmFinished_UninstallMode(session_)); }
 

@@ -3,10 +3,12 @@
 #include "session/Session.h"
 #include "startup/WizardFlow.h"
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmInstalling.h"
 #include "ui/RealUi.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmInstalling::OnLoad() {
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;

@@ -1,9 +1,11 @@
 #include "ui/frmLinks.h"
 
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmLinks.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmLinks::OnLoad() {
   const LinksPageSetup s = frmLinks_Form_Load(session_);

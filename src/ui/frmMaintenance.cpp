@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmMaintenance.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmMaintenance::OnLoad() {
   const MaintenanceSetup s = frmMaintenance_Form_Load(session_);

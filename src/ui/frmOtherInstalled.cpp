@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmOtherInstalled.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmOtherInstalled::OnLoad() {
   const OtherInstalledSetup s = frmOtherInstalled_Form_Load(session_);

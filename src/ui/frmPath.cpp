@@ -1,9 +1,11 @@
 #include "ui/frmPath.h"
 
 #include "ui/ControlIds.h"
-#include "ui/PageLogic.h"
+#include "pages/frmPath.h"
 
 namespace kv::ui {
+
+using namespace pages;  // this window's page logic
 
 void frmPath::OnLoad() {
   const PathPageSetup s = frmPath_Form_Load(session_);

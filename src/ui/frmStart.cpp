@@ -1,12 +1,12 @@
 #include "ui/frmStart.h"
 
-#include "startup/pages/StartPage.h"
+#include "pages/frmStart.h"
 #include "ui/ControlIds.h"
 
 namespace kv::ui {
 
 void frmStart::OnLoad() {
-  const auto t = modSetup::frmStart_Texts(session_);
+  const auto t = pages::frmStart_Texts(session_);
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
   int y = FlowLabel(ids::frmStart_lblTitle, t.title, x, 18, w, FontKind::Title, 16);
   y = FlowLabel(ids::frmStart_lblWelcome, t.welcome, x, y, w);
@@ -27,7 +27,7 @@ void frmStart::OnCommand(int id, int code) {
   if (id == ids::frmStart_cmdCancel) cmdCancel_Click();
 }
 
-void frmStart::cmdNext_Click() { modSetup::frmStart_cmdNext_Click(session_); }
-void frmStart::cmdCancel_Click() { modSetup::frmStart_cmdCancel_Click(session_); }
+void frmStart::cmdNext_Click() { pages::frmStart_cmdNext_Click(session_); }
+void frmStart::cmdCancel_Click() { pages::frmStart_cmdCancel_Click(session_); }
 
 }  // namespace kv::ui

@@ -2,7 +2,7 @@
 
 #include "package/CPackage.h"
 #include "session/Session.h"
-#include "startup/pages/UninstallPage.h"
+#include "pages/frmUninstall.h"
 #include "ui/ControlIds.h"
 #include "ui/RealUi.h"
 
@@ -19,10 +19,10 @@ void frmUninstall::OnLoad() {
 }
 
 void frmUninstall::Init(const std::string& displayName) {
-  const std::string text = modSetup::frmUninstall_PleaseText(session_, displayName);
+  const std::string text = pages::frmUninstall_PleaseText(session_, displayName);
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
   const int h = MeasureText(text, w, FontKind::Bold);
-  Label(ids::frmUninstall_lblPlease, text, x, modSetup::frmUninstall_LabelTop(Layout::kHeight, h), w, h,
+  Label(ids::frmUninstall_lblPlease, text, x, pages::frmUninstall_LabelTop(Layout::kHeight, h), w, h,
         FontKind::Bold, SS_CENTER);
 }
 

@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "install/AppPaths.h"
-#include "install/InstallPackage.h"
+#include "run/InstallPackage.h"
 #include "install/InstallTestSupport.h"
 #include "install/Links.h"
 #include "install/UninstallEntry.h"
-#include "package/Text.h"
+#include "base/Text.h"
 #include "platform/RegTools.h"
 #include "platform/SharedFiles.h"
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "install/InstallTestSupport.h"
+#include "macro/Interpreter.h"
 #include "package/CStructuredFile.h"
 #include "platform/RegTools.h"
 
@@ -25,7 +26,7 @@ class MacroTest : public InstallFixture {
   void Run(const std::string& body) { Run(Parse(body)); }
   void Run(std::shared_ptr<CStructuredFileGroup> macro) {
     Package->OnInstall.SetGroup(std::move(macro));
-    Package->OnInstall.Execute(session, *Package);
+    macro::Execute(Package->OnInstall, session, *Package);
   }
   // The texts of the boxes shown so far.
   std::vector<std::string> Texts() const {

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "package/CStructuredFile.h"
-#include "package/UserInteraction.h"
-#include "package/VbError.h"
+#include "base/UserInteraction.h"
+#include "base/VbError.h"
 #include "support/ScriptedUi.h"
 
 namespace kv::test {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "package/PackageTestSupport.h"
-#include "package/Text.h"
+#include "base/Text.h"
 
 namespace kv {
 namespace {

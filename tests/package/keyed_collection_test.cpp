@@ -1,12 +1,12 @@
 // The keyed collection under every group and the package's file list.
-#include "package/KeyedCollection.h"
+#include "base/KeyedCollection.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "package/PackageTestSupport.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 
 namespace kv {
 namespace {

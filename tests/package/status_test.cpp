@@ -4,7 +4,7 @@
 
 #include "package/CPackage.h"
 #include "package/PackageTestSupport.h"
-#include "package/Text.h"
+#include "base/Text.h"
 
 namespace kv {
 namespace {

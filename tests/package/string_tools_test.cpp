@@ -1,5 +1,5 @@
 // Path and text helpers of the tools module.
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Code-page conversion, case folding and number conversion: the text rules
 // every package file relies on (blank trimming shows in the grammar tests).
-#include "package/Text.h"
+#include "base/Text.h"
 
 #include <gtest/gtest.h>
 

@@ -5,12 +5,14 @@
 #include "startup/CommandLine.h"
 #include "startup/Elevation.h"
 #include "startup/PackageIndex.h"
-#include "startup/pages/StartPage.h"
-#include "startup/pages/UninstallPage.h"
+#include "pages/frmStart.h"
+#include "pages/frmUninstall.h"
 #include "support/ScriptedUi.h"
 
 namespace kv::modSetup {
 namespace {
+
+using namespace pages;
 
 TEST(ParseCommand, ModeArgumentAndUnterminated) {
   struct Row { const char* tail; StartMode mode; const char* argument; bool unterminated; };

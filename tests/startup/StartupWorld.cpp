@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "install/ExpandPath.h"
-#include "install/InstallPackage.h"
+#include "run/InstallPackage.h"
 #include "package/CPackage.h"
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"

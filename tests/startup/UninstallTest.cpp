@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "install/Uninstall.h"
+#include "run/Uninstall.h"
 #include "package/CPackage.h"
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"

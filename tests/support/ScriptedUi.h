@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 
 namespace kv::test {
 

@@ -13,11 +13,19 @@
 #include "support/RegistryGuard.h"
 #include "support/ScratchFolder.h"
 #include "support/ScriptedUi.h"
-#include "ui/PageLogic.h"
+#include "pages/frmEULA.h"
+#include "pages/frmFinished.h"
+#include "pages/frmInstalling.h"
+#include "pages/frmLinks.h"
+#include "pages/frmMaintenance.h"
+#include "pages/frmOtherInstalled.h"
+#include "pages/frmPath.h"
 #include "ui/frmEULA.h"
 
-namespace kv::ui {
+namespace kv::pages {
 namespace {
+
+using ui::ToEditLineBreaks;
 
 using test::ScratchFolder;
 using test::ScriptedUi;
@@ -356,4 +364,4 @@ TEST_F(PageLogic, MaintenanceChoicesSetTheFlagsAndPages) {
 }
 
 }  // namespace
-}  // namespace kv::ui
+}  // namespace kv::pages

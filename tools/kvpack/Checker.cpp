@@ -11,8 +11,8 @@
 #include "OsFiles.h"
 #include "ProductLoad.h"
 #include "ProductText.h"
-#include "package/Text.h"
-#include "package/VbError.h"
+#include "base/Text.h"
+#include "base/VbError.h"
 
 namespace kvpack {
 

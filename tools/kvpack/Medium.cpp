@@ -8,7 +8,7 @@
 
 #include "Checker.h"
 #include "OsFiles.h"
-#include "package/Text.h"
+#include "base/Text.h"
 
 namespace kvpack {
 

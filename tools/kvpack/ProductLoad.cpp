@@ -1,7 +1,7 @@
 #include "ProductLoad.h"
 
-#include "package/NoWindowUi.h"
-#include "package/VbError.h"
+#include "base/NoWindowUi.h"
+#include "base/VbError.h"
 
 namespace kvpack {
 

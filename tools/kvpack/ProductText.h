@@ -3,7 +3,7 @@
 // package layer itself so that the checker and the installer cannot drift.
 #include <string>
 
-#include "package/Text.h"
+#include "base/Text.h"
 
 namespace kvpack::product {
 

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-#include "package/StringTools.h"
-#include "package/Text.h"
+#include "base/StringTools.h"
+#include "base/Text.h"
 #include "platform/FileTools.h"
 #include "platform/ProcessStart.h"
 #include "platform/RegTools.h"

@@ -5,7 +5,7 @@
 
 #include "session/Session.h"
 
-namespace kv::modSetup {
+namespace kv::pages {
 
 struct StartPageTexts {
   std::string title;     // "Herzlich willkommen bei Kivra Setup!"
@@ -25,4 +25,4 @@ void frmStart_cmdNext_Click(Session& session);
 // "Abbrechen".
 void frmStart_cmdCancel_Click(Session& session);
 
-}  // namespace kv::modSetup
+}  // namespace kv::pages

@@ -5,7 +5,7 @@
 
 #include "session/Session.h"
 
-namespace kv::modSetup {
+namespace kv::pages {
 
 // lblPlease for the package being removed (`displayName` is Name + " " +
 // Version). During an update the name is not shown at all.
@@ -16,4 +16,4 @@ std::string frmUninstall_PleaseText(const Session& session, const std::string& d
 // numbers (truncating). A label taller than the page gets a negative top.
 int frmUninstall_LabelTop(double innerHeight, double labelHeight);
 
-}  // namespace kv::modSetup
+}  // namespace kv::pages

@@ -1,4 +1,4 @@
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 
 namespace kv::modTools {
 

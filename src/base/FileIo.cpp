@@ -1,13 +1,13 @@
-#include "package/FileIo.h"
+#include "base/FileIo.h"
 
-#include "package/VbError.h"
+#include "base/VbError.h"
 
 #ifdef _WIN32
 #include <windows.h>
 
 #include <algorithm>
 
-#include "package/Text.h"
+#include "base/Text.h"
 #else
 #include <fcntl.h>
 #include <sys/stat.h>

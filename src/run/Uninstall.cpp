@@ -1,15 +1,16 @@
-#include "install/Uninstall.h"
+#include "run/Uninstall.h"
 
 #include <windows.h>
 
 #include "install/AppPaths.h"
 #include "install/ExpandPath.h"
 #include "install/Links.h"
+#include "macro/Interpreter.h"
 #include "install/MoveFileAtRestart.h"
 #include "install/Registration.h"
 #include "install/UninstallEntry.h"
 #include "package/CPackage.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"
 #include "platform/SharedFiles.h"
@@ -136,9 +137,9 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
     ui.SetMousePointer(MousePointer::Default);
   };
 
-  Step([&] { (newPackage ? package.OnUninstallAtUpdate : package.OnCompleteUninstall).Execute(session, package); });
+  Step([&] { macro::Execute(newPackage ? package.OnUninstallAtUpdate : package.OnCompleteUninstall, session, package); });
   if (session.Cancelled) return finish();
-  Step([&] { package.OnUninstall.Execute(session, package); });
+  Step([&] { macro::Execute(package.OnUninstall, session, package); });
   if (session.Cancelled) return finish();
 
   session.FilesLeft = false;

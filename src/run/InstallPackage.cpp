@@ -1,5 +1,5 @@
 // The installation run.
-#include "install/InstallPackage.h"
+#include "run/InstallPackage.h"
 
 #include <windows.h>
 
@@ -9,11 +9,12 @@
 #include "install/InstallFile.h"
 #include "install/Links.h"
 #include "install/MoveFileAtRestart.h"
+#include "macro/Interpreter.h"
 #include "install/Registration.h"
 #include "install/UninstallEntry.h"
 #include "package/CPackage.h"
 #include "package/CStringLongStringStack.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/FileTools.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
@@ -115,10 +116,10 @@ void RegistrationPhase(Session& session, CPackage& package) {
 // False when the user cancelled at a macro's prompt.
 bool MacroPhase(Session& session, CPackage& package, bool update) {
   CMacro& first = update ? package.OnUpdate : package.OnFreshInstall;
-  Quietly([&] { first.Execute(session, package); });
+  Quietly([&] { macro::Execute(first, session, package); });
   session.Ui.DoEvents();
   if (session.Cancelled) return false;
-  Quietly([&] { package.OnInstall.Execute(session, package); });
+  Quietly([&] { macro::Execute(package.OnInstall, session, package); });
   session.Ui.DoEvents();
   return !session.Cancelled;
 }

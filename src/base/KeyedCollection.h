@@ -20,8 +20,8 @@
 #include <utility>
 #include <vector>
 
-#include "package/Text.h"
-#include "package/VbError.h"
+#include "base/Text.h"
+#include "base/VbError.h"
 
 namespace kv {
 

@@ -1,8 +1,8 @@
-#include "startup/pages/UninstallPage.h"
+#include "pages/frmUninstall.h"
 
 #include <cmath>
 
-namespace kv::modSetup {
+namespace kv::pages {
 
 std::string frmUninstall_PleaseText(const Session& session, const std::string& displayName) {
   if (session.IsUpdate) return "Nicht mehr benötigte Dateien der alten Version werden entfernt...";
@@ -15,4 +15,4 @@ int frmUninstall_LabelTop(double innerHeight, double labelHeight) {
   return static_cast<int>(diff / 2);  // C++ division truncates toward zero
 }
 
-}  // namespace kv::modSetup
+}  // namespace kv::pages

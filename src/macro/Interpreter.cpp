@@ -1,5 +1,5 @@
 // The macro interpreter: walks a macro group and runs its commands.
-#include "package/CMacro.h"
+#include "macro/Interpreter.h"
 
 #include "install/InstallFile.h"
 #include "install/ExpandPath.h"
@@ -86,13 +86,13 @@ class Interpreter {
 };
 
 }  // namespace
-}  // namespace macro
 
-void CMacro::Execute(Session& session, CPackage& package) {
+void Execute(const CMacro& macro, Session& session, CPackage& package) {
   // Keep the group alive while it runs, whatever the commands do.
-  std::shared_ptr<CStructuredFileGroup> group = group_;
+  std::shared_ptr<CStructuredFileGroup> group = macro.Group();
   if (!group) return;
-  macro::Interpreter(session, package).Walk(*group);
+  Interpreter(session, package).Walk(*group);
 }
 
+}  // namespace macro
 }  // namespace kv

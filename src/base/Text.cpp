@@ -1,11 +1,11 @@
-#include "package/Text.h"
+#include "base/Text.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <system_error>
 
-#include "package/VbError.h"
+#include "base/VbError.h"
 
 #ifdef _WIN32
 #include <windows.h>

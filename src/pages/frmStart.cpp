@@ -1,9 +1,9 @@
-#include "startup/pages/StartPage.h"
+#include "pages/frmStart.h"
 
 #include "package/CPackage.h"
 #include "startup/WizardFlow.h"
 
-namespace kv::modSetup {
+namespace kv::pages {
 
 StartPageTexts frmStart_Texts(const Session& session) {
   const std::string caption = session.Package ? session.Package->Caption : std::string();
@@ -26,9 +26,9 @@ StartPageTexts frmStart_Texts(const Session& session) {
 }
 
 void frmStart_cmdNext_Click(Session& session) {
-  ShowPage(session, session.OtherPackage ? PageId::OtherInstalled : PageId::Path);
+  modSetup::ShowPage(session, session.OtherPackage ? PageId::OtherInstalled : PageId::Path);
 }
 
-void frmStart_cmdCancel_Click(Session& session) { CancelSetup(session); }
+void frmStart_cmdCancel_Click(Session& session) { modSetup::CancelSetup(session); }
 
-}  // namespace kv::modSetup
+}  // namespace kv::pages

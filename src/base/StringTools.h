@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "package/KeyedCollection.h"
+#include "base/KeyedCollection.h"
 
 namespace kv::modTools {
 
