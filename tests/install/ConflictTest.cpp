@@ -21,20 +21,6 @@ const std::string kWhatToDo =
     "Möchten Sie die bisherige Version behalten oder mit der neuen Version überschreiben? (Wenn Sie die bisherige "
     "Version behalten, funktioniert Testprogramm 2.0 möglicherweise nicht ordnungsgemäß)";
 
-TEST(ConflictQuestion, WordingFollowsTheLanguageBitOnly) {
-  ScratchFolder dir;
-  const std::string installed = dir / "alt.dll", fresh = dir / "neu.dll";
-  MakeVersionedFile(installed, {1, 2, 3, 40000}, kLangEnglishUS);
-  MakeUnversionedFile(fresh);
-  ConflictQuestion lang = frmConflict::BuildQuestion("x.dll", installed, fresh, 8 | 0x20, "Testprogramm 2.0");
-  EXPECT_EQ(lang.text, kLanguageText);
-  EXPECT_EQ(lang.whatToDo, kWhatToDo);
-  EXPECT_EQ(lang.oldDescription.rfind("Version: 1.2.3.-25536\r\nSprache: ", 0), 0u) << lang.oldDescription;
-  EXPECT_EQ(lang.newDescription, "");  // no version resource: empty box
-  EXPECT_EQ(frmConflict::BuildQuestion("x.dll", installed, fresh, 0x20, "Testprogramm 2.0").text, kFormatText);
-  EXPECT_EQ(frmConflict::BuildQuestion("x.dll", installed, fresh, 0, "Testprogramm 2.0").text, kFormatText);
-}
-
 // Version 2 on the medium, version 1 installed. The unforced pass reports
 // `conflict` and, like the system, leaves its temporary copy; with
 // `alwaysConflict` the forced pass reports it too.
