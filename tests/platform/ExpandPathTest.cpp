@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "package/CPackage.h"
+#include "package/Text.h"
 #include "platform/SpecialFolders.h"
 #include "session/Session.h"
 #include "support/ScriptedUi.h"
@@ -20,6 +21,7 @@ TEST(ExpandPathTest, Placeholders) {
   CPackage package(s.Context());
   package.InstalledIn = "D:\\Kivra\\Produkt";
   const std::string win = modSpclFolder::GetWindowsFolder(), sys = modSpclFolder::GetSystemFolder();
+  EXPECT_TRUE(EqualsNoCase(sys, win + "\\system32")) << sys;  // the Windows folder as the system reports it
   // "+" before the input: with the package.
   const std::pair<std::string, std::string> rows[] = {
       {"*programs*\\Kivra\\", "C:\\Programme\\Kivra\\"},   {"*PROGRAMS*\\Übung", "C:\\Programme\\Übung"},

@@ -52,22 +52,18 @@ TEST(RegTools, ReadsByTypeWithDefaults) {
   EXPECT_TRUE(bytes == std::string("1\0" "7\0", 4) || bytes == std::string("1\0" "7\0\0\0", 6)) << bytes.size();
 }
 
-TEST(RegTools, OneTrailingBackslashIsCutFromCallersVariable) {
+// One trailing backslash is cut, also from the caller's own variable.
+TEST(RegTools, PathsDeletionAndListing) {
   RegistryGuard guard;
   std::string path = "Software\\KVTest\\Trim\\", twice = "Software\\KVTest\\Trim\\\\";
   SetString(path, "V", "x", kCU);
-  EXPECT_EQ(path, "Software\\KVTest\\Trim");
   GetNumber(twice, "V", 0, kCU);
-  EXPECT_EQ(twice, "Software\\KVTest\\Trim\\");
+  EXPECT_EQ(path + "|" + twice, "Software\\KVTest\\Trim|Software\\KVTest\\Trim\\");
   EXPECT_EQ(GetString(std::string("Software\\KVTest\\Trim\\"), "V", "", kCU), "x");  // const path too
-}
 
-TEST(RegTools, DeleteValueKeyAndTree) {
-  RegistryGuard guard;
   const HKEY cr = HKEY_CLASSES_ROOT;
   SetString("Software\\KVTest\\Tree", "Top", "1", cr);
   SetString("Software\\KVTest\\Tree\\A\\Deep", "V", "3", cr);
-  SetString("Software\\KVTest\\Tree\\B", "V", "4", cr);
   SetString("KVTopLevel", "V", "5", cr);
   Delete("Software\\KVTest\\Tree", "Top", cr);
   EXPECT_FALSE(test::ValueExists(cr, "Software\\KVTest\\Tree", "Top"));
@@ -79,14 +75,9 @@ TEST(RegTools, DeleteValueKeyAndTree) {
   EXPECT_FALSE(KeyExists(cr, "Software\\KVTest\\Tree"));
   DeleteTree("", cr);  // refused, not the whole root
   EXPECT_TRUE(KeyExists(cr, "Software\\KVTest"));
-}
 
-TEST(RegTools, ListSubkeys) {
-  RegistryGuard guard;
   EXPECT_TRUE(ListSubkeys("Software\\KVTest\\Absent", kCU).empty());
-  SetString("Software\\KVTest\\List", "V", "x", kCU);
-  EXPECT_TRUE(ListSubkeys("Software\\KVTest\\List", kCU).empty());
-  const std::vector<std::string> names = {"Alpha_1.0", "Beta_2.0", std::string(120, 'L'), "Übung"};
+  const std::vector<std::string> names = {"Alpha_1.0", std::string(120, 'L'), "Übung"};
   for (const std::string& name : names) SetString("Software\\KVTest\\List\\" + name + "\\Child", "V", "x", kCU);
   std::vector<std::string> listed = ListSubkeys("Software\\KVTest\\List\\", kCU);
   std::sort(listed.begin(), listed.end());

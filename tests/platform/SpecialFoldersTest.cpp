@@ -50,16 +50,5 @@ TEST(SpecialFolders, RegistryFallbacksAndDefault) {
   for (const Row& r : rows) EXPECT_EQ(GetSpecialFolder(nullptr, r.id, r.def, &ShellFails), r.expected) << r.id;
 }
 
-TEST(SpecialFolders, WindowsAndSystemFolder) {
-  auto lower = [](std::string s) {
-    for (char& c : s) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    return s;
-  };
-  wchar_t env[MAX_PATH] = {};
-  ASSERT_GT(GetEnvironmentVariableW(L"windir", env, MAX_PATH), 0u);
-  EXPECT_EQ(lower(GetWindowsFolder()), lower(win::Narrow(env)));
-  EXPECT_EQ(lower(GetSystemFolder()), lower(win::Narrow(env)) + "\\system32");
-}
-
 }  // namespace
 }  // namespace kv

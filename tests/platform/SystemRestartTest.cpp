@@ -59,17 +59,5 @@ TEST(SystemRestart, PathsThroughTheSeam) {
   }
 }
 
-TEST(SystemRestart, RealApiEnablesTheShutdownPrivilege) {
-  RestartApi& api = SystemRestartApi();
-  HANDLE token = nullptr;
-  TOKEN_PRIVILEGES p = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
-  ASSERT_TRUE(api.OpenProcessToken(token));
-  api.LookupShutdownPrivilege(p.Privileges[0].Luid);
-  LUID expected = {};
-  ASSERT_TRUE(LookupPrivilegeValueW(nullptr, L"SeShutdownPrivilege", &expected));
-  EXPECT_EQ(p.Privileges[0].Luid.LowPart, expected.LowPart);
-  EXPECT_TRUE(api.AdjustTokenPrivileges(token, p));  // the token was opened with the adjust right
-}
-
 }  // namespace
 }  // namespace kv
