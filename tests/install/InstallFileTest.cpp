@@ -240,28 +240,6 @@ TEST_F(InstallFileTest, WriteProtectionIsForcedOnceAndNotCopied) {
   EXPECT_EQ(ListFolder(App).size(), 2u);
 }
 
-// Windows 9x: the version functions see short names only.
-TEST_F(InstallFileTest, NineXUsesShortNamesAndLeavesNoEmptyFile) {
-  session.IsWindowsNT = false;
-  PutVersions("Eine lange Bibliothek.dll");
-  Scratch.WriteFile("medium\\Lange Textdatei.text", "neu");
-  CFile& lib = AddFile("Eine lange Bibliothek.dll");
-  Install(lib);
-  Install(AddFile("Lange Textdatei.text"));
-  EXPECT_EQ(ReadFileBytes(App + "\\Eine lange Bibliothek.dll"), ReadFileBytes(Medium + "\\Eine lange Bibliothek.dll"));
-  EXPECT_EQ(ReadFileBytes(App + "\\Lange Textdatei.text"), "neu");
-  EXPECT_EQ(ListFolder(App), (std::vector<std::string>{"Eine lange Bibliothek.dll", "Lange Textdatei.text"}));
-  EXPECT_EQ(lib.InstalledIn, App);
-
-  // An uninstallable source leaves no empty placeholder at the destination.
-  Scratch.WriteFile("medium\\Gesperrte Datei.text", "x");
-  HeldOpen held(Medium + "\\Gesperrte Datei.text");
-  Scratch.MakeFolder("Neu");
-  ui.Answer(MsgResult::Ignore);
-  Install(AddFile("Gesperrte Datei.text", Scratch / "Neu"));
-  EXPECT_TRUE(ListFolder(Scratch / "Neu").empty());
-}
-
 // Written with the first record, then at most every quarter second, before
 // each question and on flush (only what is new).
 TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
@@ -300,21 +278,6 @@ TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   Install(*files[0]);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_FALSE(Exists(PackageData + "\\status.ini"));
-}
-
-TEST_F(InstallFileTest, ReplaceExistingFile) {
-  const std::string src = Scratch.WriteFile("neu.ini", "neu");
-  const std::string dst = Scratch.WriteFile("alt.ini", "alt und lang");
-  SetReadOnly(dst);
-  modInstall::ReplaceExistingFile(src, dst);
-  EXPECT_EQ(ReadFileBytes(dst), "neu");
-  try {
-    modInstall::ReplaceExistingFile(Scratch / "gibtsnicht.ini", dst);
-    ADD_FAILURE() << "no error for a missing source";
-  } catch (const VbError& e) {
-    EXPECT_EQ(e.Number(), vberr::FileNotFound);
-  }
-  EXPECT_EQ(ReadFileBytes(dst), "neu");
 }
 
 }  // namespace

@@ -10,7 +10,6 @@ namespace kv::test {
 namespace {
 
 using modInstall::DeleteLinkFiles;
-using modInstall::RemoveEmptyFolders;
 
 class LinkClass : public InstallFixture {
  protected:
@@ -77,23 +76,6 @@ TEST_F(LinkFiles, ProxiesGoAndFoldersTheyAloneFilledGoWithThem) {
   EXPECT_TRUE(Exists(menu + "\\Leer"));  // never held a proxy
   EXPECT_TRUE(Exists(menu));             // the folder searched stays
   DeleteLinkFiles("Test_2_0", Scratch / "gibt-es-nicht");  // quietly nothing
-}
-
-TEST_F(LinkFiles, RemoveEmptyFoldersRemovesEmptyFoldersButNeverFiles) {
-  const std::string top = Scratch.MakeFolder("Baum");
-  Scratch.MakeFolder("Baum\\a\\b\\c");
-  Scratch.MakeFolder("Baum\\d");
-  Scratch.WriteFile("Baum\\d\\datei.txt", "x");
-  EXPECT_FALSE(RemoveEmptyFolders(top, false));  // d still holds a file
-  EXPECT_FALSE(Exists(top + "\\a"));
-  EXPECT_TRUE(Exists(top + "\\d\\datei.txt"));
-  DeleteFileW(win::Widen(top + "\\d\\datei.txt").c_str());
-  EXPECT_TRUE(RemoveEmptyFolders(top, false));
-  EXPECT_FALSE(Exists(top));
-
-  Scratch.MakeFolder("Baum\\a\\b");  // a kept top is still tried, but never counted
-  EXPECT_FALSE(RemoveEmptyFolders(top, true));
-  EXPECT_FALSE(Exists(top));
 }
 
 }  // namespace

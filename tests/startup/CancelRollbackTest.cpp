@@ -117,17 +117,6 @@ void Cancel::BeforeTheInstallation(bool afterPath) {
 TEST_F(Cancel, OnTheWelcomePageRollsBackWithoutAQuestion) { BeforeTheInstallation(false); }
 TEST_F(Cancel, AfterThePathPageRollsBackWithoutAQuestion) { BeforeTheInstallation(true); }
 
-TEST_F(Cancel, InTheMiddleOfTheFilePhaseRollsBackWhatWasCopied) {
-  StartNew();
-  run->ui.Answer(MsgResult::Yes);
-  Install(2);
-  ASSERT_EQ(run->ui.Boxes().size(), 1u);
-  EXPECT_EQ(BoxOf(run->ui.Boxes()[0].request), BoxOf(kUndoBox));
-  EXPECT_TRUE(run->session.Cancelled);
-  EXPECT_EQ(run->ui.Pages().back(), PageId::Uninstall);
-  ExpectRolledBack({"disk:pf\\Kivra"});  // only the destination folder itself is recorded as created
-}
-
 TEST_F(Cancel, AfterTheRegistrationPhaseRemovesLinksAndRegistrationsToo) {
   Session& s = StartNew();
   Install(-1);

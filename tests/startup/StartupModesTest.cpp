@@ -23,23 +23,6 @@ class StartupModes : public ::testing::Test {
   bool Staged(const std::string& name) { return modTools::FileExists(world.appDir + "Packages\\Demo_1.0" + name); }
 };
 
-TEST_F(StartupModes, LaunchStartsTheProgramAndTouchesNoSessionState) {
-  const std::string program = world.scratch / "app.exe";
-  CopyFileW(win::Widen(RecorderExe()).c_str(), win::Widen(program).c_str(), FALSE);
-  auto run = world.Start("-O \"" + program + " /arg\" ignored \"text\"");
-  EXPECT_EQ(WaitForFile(world.scratch / "app.log"), program + " /arg\r\n");
-  EXPECT_EQ(run->session.AppDir, "");
-  EXPECT_EQ(run->session.SetupTitle, "Kivra Setup: ");
-  EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages"));
-  // A missing program ends silently, too.
-  auto missing = world.Start("-o \"" + world.scratch / "missing.exe" + "\"");
-  for (StartRun* r : {run.get(), missing.get()}) {
-    EXPECT_TRUE(r->ui.Pages().empty());
-    EXPECT_TRUE(r->ui.Boxes().empty());
-    EXPECT_FALSE(r->ui.EmptyFormLoaded());
-  }
-}
-
 TEST_F(StartupModes, AnythingElseSaysTheInstallerCannotBeStartedDirectly) {
   for (const std::string tail : {"", "-m\"x\""}) {  // which tails are unknown: the command-line test
     SCOPED_TRACE(tail);

@@ -56,23 +56,6 @@ const std::vector<std::string> kMedium = {"medium",           "medium/Bin",     
                                           "medium/KVSetup.exe", "medium/demo.exe",  "medium/eula.txt",
                                           "medium/extra.txt", "medium/setup.exe",   "medium/setup.ini"};
 
-TEST_F(KvpackBuild, LaysOutACompleteMediumAndNothingBesideIt) {
-  // The installer programs as the windows build lays them out, each in a folder
-  // of its own below a search root; a root with only one of the two is passed over.
-  Write("tree/src/app/setup/setup.exe", "MZ setup below");
-  Write("tree/src/app/kvsetup/KVSetup.exe", "MZ installer below");
-  Write("half/setup.exe", "MZ wrong");
-  options.installerDir.reset();
-  options.installerSearch = {dir.Sub("nowhere"), dir.Sub("half"), dir.Sub("tree")};
-  ASSERT_EQ(Build(), 0) << err.str();
-  EXPECT_EQ(Listing("out"), kMedium);
-  EXPECT_EQ(Read("out/medium/eula.txt"), "Lizenz f\xFCr alle\r\n");  // byte for byte
-  EXPECT_EQ(Read("out/medium/setup.ini"), Read("pkg/setup.ini"));
-  EXPECT_EQ(Read("out/medium/Bin/helfer.dll"), "helper library");
-  EXPECT_EQ(Read("out/medium/setup.exe") + "|" + Read("out/medium/KVSetup.exe"), "MZ setup below|MZ installer below");
-  EXPECT_NE(out.str().find("7 files"), std::string::npos) << out.str();
-}
-
 TEST_F(KvpackBuild, FailuresLeaveNoOutputFolder) {
   struct { const char* what; std::function<void()> spoil; const char* message; } cases[] = {
       {"licence missing", [&] { fs::remove(os::ToPath(dir.Sub("pkg/eula.txt"))); }, "eula.txt is missing"},

@@ -194,30 +194,19 @@ TEST_F(PageLogic, LinksForAllUsersAndTheRunValueOnlyWhereAllowed) {
   EXPECT_EQ(run(HKEY_CURRENT_USER), "kept");
 }
 
-TEST_F(PageLogic, OtherVersionPageTextsAndChoices) {
+// The older version's page and its update choice are driven end to end
+// (update scenario), the newer one's by the window tests.
+TEST_F(PageLogic, OtherVersionPageChoices) {
   session.OtherPackage = NewPackage("0.9");
-  OtherInstalledSetup older = frmOtherInstalled_Form_Load(session);
-  EXPECT_EQ(older.lblTitle, "Ältere Version bereits installiert");
-  EXPECT_EQ(older.lblText,
+  EXPECT_EQ(frmOtherInstalled_Form_Load(session).lblText,
             "Es ist bereits eine ältere Version von DemoTool auf Ihrem Computer installiert. Wie möchten Sie vorgehen?");
-  EXPECT_TRUE(older.offerUpdate);
-  session.OtherIsNewer = true;
-  OtherInstalledSetup newer = frmOtherInstalled_Form_Load(session);
-  EXPECT_EQ(newer.lblTitle, "Neuere Version bereits installiert");
-  EXPECT_TRUE(Has(newer.lblText, "eine neuere Version von DemoTool"));
-  EXPECT_FALSE(newer.offerUpdate);
-  session.OtherIsNewer = false;
-
   frmOtherInstalled_Command1_Click(session);  // update
-  EXPECT_EQ(session.PackageToRemoveFirst, session.OtherPackage);
-  EXPECT_TRUE(session.IsUpdate && session.ExistingFolder);
+  EXPECT_TRUE(session.PackageToRemoveFirst == session.OtherPackage && session.IsUpdate && session.ExistingFolder);
   frmOtherInstalled_Command2_Click(session);  // remove, then install anew
-  EXPECT_EQ(session.PackageToRemoveFirst, session.OtherPackage);
-  EXPECT_FALSE(session.IsUpdate || session.ExistingFolder);
+  EXPECT_TRUE(session.PackageToRemoveFirst == session.OtherPackage && !session.IsUpdate && !session.ExistingFolder);
   session.PackageToRemoveFirst.reset();
   frmOtherInstalled_Command3_Click(session);  // install beside it
-  EXPECT_EQ(session.PackageToRemoveFirst, nullptr);
-  EXPECT_FALSE(session.IsUpdate);
+  EXPECT_TRUE(session.PackageToRemoveFirst == nullptr && !session.IsUpdate);
   EXPECT_EQ(ui.Pages(), std::vector<PageId>(3, PageId::Path));
 }
 
@@ -230,31 +219,23 @@ TEST_F(PageLogic, LicenceIsReadInTheAnsiCodePageOrReplacedByTheFailureText) {
   EXPECT_EQ(ToEditLineBreaks("a\nb\r\nc\rd\n\n"), "a\r\nb\r\nc\r\nd\r\n\r\n");
 }
 
+// Titles and boxes of the restart and uninstall states are also checked on
+// the real page (window tests, update and in-use scenarios).
 TEST_F(PageLogic, FinishPageTextsForEveryModeAndRestartState) {
   EXPECT_TRUE(frmFinished_UninstallMode(session));
   session.InstallationStarted = true;
   EXPECT_FALSE(frmFinished_UninstallMode(session));
-
   FinishedSetup install = frmFinished_Init(session, false);
   EXPECT_EQ(install.lblTitle, "Die Installation ist abgeschlossen.");
   EXPECT_EQ(install.lblWelcome.rfind("Wir wünschen Ihnen viel Vergnügen mit Demo Tool und hoffen", 0), 0u);
-  EXPECT_TRUE(Has(install.lblWelcome, "\r\n\r\nBesuchen Sie uns!"));
-  EXPECT_TRUE(install.showStartProg && !install.showRestart);
-  FinishedSetup uninstall = frmFinished_Init(session, true);
-  EXPECT_EQ(uninstall.lblTitle, "Die Deinstallation ist abgeschlossen.");
-  EXPECT_EQ(uninstall.lblWelcome.rfind("Sollten Sie Demo Tool deinstalliert haben", 0), 0u);
-  EXPECT_FALSE(uninstall.showStartProg);  // never after an uninstallation
-
+  EXPECT_TRUE(Has(install.lblWelcome, "\r\n\r\nBesuchen Sie uns!") && install.showStartProg && !install.showRestart);
+  EXPECT_EQ(frmFinished_Init(session, true).lblWelcome.rfind("Sollten Sie Demo Tool deinstalliert haben", 0), 0u);
+  EXPECT_FALSE(frmFinished_Init(session, true).showStartProg);  // never after an uninstallation
   session.RestartRequired = true;
-  FinishedSetup restart = frmFinished_Init(session, false);
-  EXPECT_EQ(restart.lblTitle, "Die Installation ist fast abgeschlossen.");
-  EXPECT_TRUE(Has(restart.lblWelcome,
-                  "\r\n\r\nUm die Installation vollständig abzuschließen, muss der Computer neu gestartet werden."));
-  EXPECT_TRUE(restart.showRestart && !restart.showStartProg);
   FinishedSetup unRestart = frmFinished_Init(session, true);
   EXPECT_EQ(unRestart.lblTitle, "Die Deinstallation ist fast abgeschlossen.");
-  EXPECT_TRUE(Has(unRestart.lblWelcome, "Um die Deinstallation vollständig abzuschließen"));
-
+  EXPECT_TRUE(Has(unRestart.lblWelcome, "\r\n\r\nUm die Deinstallation vollständig abzuschließen, muss der "
+                                        "Computer neu gestartet werden."));
   session.RestartRequired = false;
   session.Package->EXEFile.clear();
   EXPECT_FALSE(frmFinished_Init(session, false).showStartProg);
