@@ -47,7 +47,7 @@ TEST_F(FileCommands, FailuresAskWithTheExpandedPath) {
       "[renamefile]\nFromPath=" + locked + "\nToPath=" + Medium + "\\taken.txt\n[/renamefile]\n"
       // The copy succeeds, the source cannot be deleted: reported as a copy failure.
       "[movefile]\nFromPath=" + locked + "\nToPath=*appdir*\\dst.txt\n[/movefile]");
-  EXPECT_EQ(Texts(), (std::vector<std::string>{
+  EXPECT_EQ(ui.BoxTexts(), (std::vector<std::string>{
                          "Der Ordner konnte nicht erstellt werden.\r\n" + App + "\\Daten" + kAriTail,
                          "Der Ordner konnte nicht erstellt werden.\r\n" + App + "\\fehlt\\neu" + kAriTail,
                          "Die Datei konnte nicht gelöscht werden.\r\n" + App + "\\nie-da.txt" + kAriTail,

@@ -58,7 +58,7 @@ TEST_F(MacroFlow, RetryRunsTheWholeCommandAgainWithFreshParameters) {
   };
   ui.Answer(MsgResult::Retry);
   Run(macro);
-  EXPECT_EQ(Texts(), std::vector<std::string>{"Der Ordner konnte nicht erstellt werden.\r\n" + App + "\\fehlt\\x" +
+  EXPECT_EQ(ui.BoxTexts(), std::vector<std::string>{"Der Ordner konnte nicht erstellt werden.\r\n" + App + "\\fehlt\\x" +
                                               kAriTail});
   EXPECT_TRUE(Exists(newApp + "\\neu"));
 }

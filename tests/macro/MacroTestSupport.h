@@ -28,12 +28,6 @@ class MacroTest : public InstallFixture {
     Package->OnInstall.SetGroup(std::move(macro));
     macro::Execute(Package->OnInstall, session, *Package);
   }
-  // The texts of the boxes shown so far.
-  std::vector<std::string> Texts() const {
-    std::vector<std::string> texts;
-    for (const auto& box : ui.Boxes()) texts.push_back(box.request.text);
-    return texts;
-  }
 };
 
 }  // namespace kv::test

@@ -45,7 +45,7 @@ TEST_F(RegistryCommands, DwordThatIsNoNumberAsksWithTheGenericMessage) {
       "[RegSetDword]\nKey=HKEY_CURRENT_USER\\Software\\X\nValue=big\nData=4294967295\n[/RegSetDword]\n"
       "[regsetdword]\nKey=HKEY_CURRENT_USER\\Software\\X\nValue=ok\nData= 7 \n[/regsetdword]");
   const std::string text = "Ein interner Makrofehler ist aufgetreten (Befehl: regsetdword)." + kAriTail;
-  EXPECT_EQ(Texts(), (std::vector<std::string>{text, text}));
+  EXPECT_EQ(ui.BoxTexts(), (std::vector<std::string>{text, text}));
   EXPECT_FALSE(ValueExists(HKEY_CURRENT_USER, "Software\\X", "n"));
   EXPECT_FALSE(ValueExists(HKEY_CURRENT_USER, "Software\\X", "big"));
   EXPECT_EQ(reg::GetNumber("Software\\X", "ok", 0, HKEY_CURRENT_USER), 7);

@@ -1,12 +1,9 @@
 // kv_recorder: a stand-in for programs the installer starts (registration
 // helper, component servers, self-delete helper). It appends its complete
-// command line, exactly as Windows passed it, as one UTF-8 line to a log and
-// exits with a chosen code.
+// command line, exactly as Windows passed it, as one UTF-8 line to a log.
 //
 // Log file: the environment variable KV_RECORDER_LOG, else "<own name>.log"
 // beside the executable (so a copy named dllregsv.exe writes dllregsv.log).
-// Exit code: KV_RECORDER_EXIT, else the number in "<own name>.exitcode" beside
-// the executable, else 0.
 #include <windows.h>
 
 #include <cwchar>
@@ -39,19 +36,6 @@ std::string ToUtf8(const std::wstring& text) {
   return out;
 }
 
-int ChosenExitCode(const std::wstring& base) {
-  std::wstring fromEnv = EnvVar(L"KV_RECORDER_EXIT");
-  if (!fromEnv.empty()) return static_cast<int>(wcstol(fromEnv.c_str(), nullptr, 10));
-  HANDLE h = CreateFileW((base + L".exitcode").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                         nullptr);
-  if (h == INVALID_HANDLE_VALUE) return 0;
-  char text[32] = {};
-  DWORD read = 0;
-  ReadFile(h, text, sizeof(text) - 1, &read, nullptr);
-  CloseHandle(h);
-  return static_cast<int>(strtol(text, nullptr, 10));
-}
-
 }  // namespace
 
 int wmain() {
@@ -73,5 +57,5 @@ int wmain() {
     }
     Sleep(10);
   }
-  return ChosenExitCode(base);
+  return 0;
 }
