@@ -3,7 +3,7 @@ SHELL := /bin/bash
 .DEFAULT_GOAL := test
 JOBS ?= 2
 
-.PHONY: deps test test-native test-windows build-native build-windows demo fuzz bench clean
+.PHONY: deps test test-native test-windows build-native build-windows demo fuzz bench stats clean
 
 deps:
 	@scripts/install-deps.sh
@@ -40,6 +40,10 @@ bench: build-windows
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
 	@KV_BENCH_WINDOWS_BUILD=build/windows scripts/run-bench.sh
+
+# Test lines against code lines; fails when the tests outgrow their share.
+stats:
+	@scripts/stats.sh
 
 clean:
 	rm -rf build
