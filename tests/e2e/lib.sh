@@ -148,17 +148,29 @@ make_medium() {
   echo "$out"
 }
 
+# The caption of a medium's package, and whether it offers the start with
+# Windows (a flag is true unless it is exactly NO; a missing one is NO).
+caption_of() { iconv -f cp1252 -t utf-8 "$1/setup.ini" | tr -d '\r' | sed -n 's/^ *Caption=//p' | head -1; }
+allows_winstart() { iconv -f cp1252 -t utf-8 "$1/setup.ini" | tr -d '\r' | grep -q '^ *AllowWinStart=' &&
+  ! iconv -f cp1252 -t utf-8 "$1/setup.ini" | tr -d '\r' | grep -q '^ *AllowWinStart=NO$'; }
+
 # install_fresh MEDIUM STARTMENU DESKTOP WINSTART (0/1 each)
 # Clicks through a fresh installation from `medium` along the default path:
 # welcome, path (default folder), licence, progress, links (as given), finish
-# without starting the program. A picture of every page.
+# without starting the program; the pages' texts name the package. A picture
+# of every page. Sets CAPTION and WINSTART_TEXT for finish_install.
 install_fresh() {
   local medium=$1
   local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
+  set_package_texts "$medium"
   on_desktop "$(winpath "$medium/setup.exe")"
   drv wait frmStart 120 || fail "welcome page did not appear"
+  drv expect frmStart 201 "Zunächst möchten wir uns dafür bedanken, dass Sie sich für $CAPTION entschieden haben. Wir hoffen und sind davon überzeugt, dass Sie viel Freude an diesem Produkt aus unserem Hause haben werden." \
+      expect frmStart 203 "um mit der Installation von $CAPTION zu beginnen." || fail "welcome page texts"
   shot frmStart
-  drv click frmStart 210 wait frmPath 30 || fail "path page"
+  drv click frmStart 210 wait frmPath 30 \
+      expect frmPath 300 "Die Installation von $CAPTION kann nun beginnen. Wenn Sie wünschen, können Sie unten den Pfad ändern, in dem das Programm installiert werden soll." \
+    || fail "path page"
   shot frmPath
   drv click frmPath 310 wait frmEULA 30 || fail "licence page"
   shot frmEULA
@@ -167,14 +179,23 @@ install_fresh() {
   finish_install "$startmenu" "$desktop" "$winstart"
 }
 
+set_package_texts() {
+  CAPTION=$(caption_of "$1")
+  WINSTART_TEXT=.
+  if allows_winstart "$1"; then WINSTART_TEXT=" sowie ob das Programm immer beim Start von Windows gestartet werden soll."; fi
+}
+
 # From the progress page to the end: links page (when the package has a
 # program), finish page without starting the program.
 finish_install() {
   local startmenu=$1 desktop=$2 winstart=$3
-  drv wait frmLinks 180 || fail "links page"
+  drv wait frmLinks 180 \
+      expect frmLinks 401 "Bitte legen Sie fest, ob Sie im Startmenü und/oder auf dem Desktop eine Verknüpfung zu $CAPTION erstellen möchten$WINSTART_TEXT" \
+    || fail "links page"
   shot frmLinks
   drv check frmLinks 404 "$startmenu" check frmLinks 405 "$desktop" check frmLinks 406 "$winstart" \
-      click frmLinks 410 wait frmFinished 30 || fail "finish page"
+      click frmLinks 410 wait frmFinished 30 expect frmFinished 800 "Die Installation ist abgeschlossen." \
+      expect frmFinished 801 "Wir wünschen Ihnen viel Vergnügen mit $CAPTION und hoffen" || fail "finish page"
   shot frmFinished
   drv check frmFinished 804 0 click frmFinished 810 none 60 || fail "the wizard did not end"
 }

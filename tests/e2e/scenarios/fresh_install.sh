@@ -32,8 +32,8 @@ cmp -s "$medium/setup.ini" "$SETUP_DIR/Packages/$key/setup.ini" || fail "staged 
 un="Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
 [ "$(reg reg HKLM "$un" UninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" -m \"$key\"" ] \
   || fail "UninstallString: $(reg reg HKLM "$un" UninstallString)"
-need_reg HKLM "$un" DisplayName
-need_reg HKLM "$un" DisplayIcon
+[ "$(reg reg HKLM "$un" DisplayName)" = "Kivra Demo 1.0 (Version 1.0)" ] || fail "DisplayName"
+[ "$(reg reg HKLM "$un" DisplayIcon)" = 'C:\Program Files\Kivra\Demo\demo.exe,0' ] || fail "DisplayIcon"
 
 # Link class with its two verbs, and the proxies.
 ext=.kvsetuplink_KivraDemo_1_0
@@ -41,8 +41,13 @@ class=$(reg reg HKCR "$ext" @) || fail "extension key $ext"
 [ "$class" = "KivraSetup.Link.$key" ] || fail "extension points to '$class'"
 open=$(reg reg HKCR "$class\\shell\\open\\command" @) || fail "Open verb"
 setup=$(reg reg HKCR "$class\\shell\\Setup\\command" @) || fail "Setup verb"
-case "$open" in *'-o "'*demo.exe*) ;; *) fail "Open verb: $open" ;; esac
-case "$setup" in *"-m \"$key\""*) ;; *) fail "Setup verb: $setup" ;; esac
+installer='"C:\Program Files\Kivra\Setup\KVSetup.exe"'
+[ "$open" = "$installer -o \"C:\\Program Files\\Kivra\\Demo\\demo.exe\"" ] || fail "Open verb: $open"
+[ "$setup" = "$installer -m \"$key\"" ] || fail "Setup verb: $setup"
+[ "$(reg reg HKCR "$class" @)" = "Verknüpfung zu Kivra Demo 1.0" ] || fail "link class name"
+[ "$(reg reg HKCR "$class" InfoTip)" = "Startet das Kivra-Demoprogramm (Größe, Farben und Schriften)" ] || fail "InfoTip"
+[ "$(reg reg HKCR "$class\\DefaultIcon" @)" = 'C:\Program Files\Kivra\Demo\demo.exe' ] || fail "DefaultIcon"
+[ "$(reg reg HKCR "$class\\shell" @)" = Open ] || fail "default verb"
 menu=$(find "$C/users" -path "*Start Menu/Programs/Kivra/Kivra Demo 1.0$ext" | head -1)
 [ -n "$menu" ] && [ ! -s "$menu" ] || fail "start-menu proxy missing or not empty"
 desk=$(find "$C/users" -path "*/Desktop/Kivra Demo 1.0$ext" | head -1)
@@ -51,6 +56,8 @@ desk=$(find "$C/users" -path "*/Desktop/Kivra Demo 1.0$ext" | head -1)
 # Application path and start with Windows.
 ap=$(reg reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' @) || fail "App Paths"
 [ "$ap" = 'C:\Program Files\Kivra\Demo\demo.exe' ] || fail "App Paths default: $ap"
+[ "$(reg reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' Path)" = 'C:\Program Files\Kivra\Demo' ] \
+  || fail "App Paths Path"
 run=$(reg reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo') || fail "Run value"
 [ "$run" = '"C:\Program Files\Kivra\Demo\demo.exe"' ] || fail "Run value: $run"
 

@@ -18,7 +18,9 @@ update_to_2() {
     || fail "other-version page texts"
   shot frmOtherInstalled
   drv click frmOtherInstalled 610 wait frmPath 30 expect frmPath 302 'C:\Program Files\Kivra\Notizen' \
-      enabled frmPath 303 0 || fail "path page of the update"
+      enabled frmPath 303 0 \
+      expect frmPath 300 "Die Installation von Kivra Notizen 2.0 kann nun beginnen. Unten sehen Sie den Pfad, in dem das Programm installiert wird (der Pfad, in dem die bisherige Version installiert ist)." \
+    || fail "path page of the update"
   shot frmPath-update
   drv click frmPath 310 wait frmEULA 30 || fail "licence page"
   shot frmEULA-update
@@ -30,6 +32,7 @@ update_to_2() {
   shot_now frmUninstall-update
 }
 update_to_2
+set_package_texts "$m2"
 finish_install 1 0 0
 cmp -s "$m2/notizen.exe" "$app/notizen.exe" || fail "notizen.exe is not version 2.0"
 need_file "$app/neu.txt"
