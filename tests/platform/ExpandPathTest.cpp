@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "package/CPackage.h"
-#include "package/Text.h"
+#include "base/Text.h"
 #include "platform/SpecialFolders.h"
 #include "session/Session.h"
 #include "support/ScriptedUi.h"
