@@ -23,6 +23,9 @@
 //   reg ROOT KEY [VALUE]         prints a value (default value: "@")
 //   noreg ROOT KEY [VALUE]       the key (or value) does not exist
 //   run COMMANDLINE              starts a program on the driver's desktop
+//   runwait COMMANDLINE          the same, waits for it and prints "exit=N"
+//                                (the whole 32-bit code, which wine's own
+//                                exit status would cut to 8 bits)
 //   sleep MILLISECONDS
 //   list                         prints every top-level window (for diagnosis)
 //   regdel ROOT KEY              deletes the key with everything below it
@@ -202,6 +205,12 @@ bool ReadValue(const char* root, const char* key, const char* value, std::string
   if (type == REG_SZ || type == REG_EXPAND_SZ) {
     out = Narrow(std::wstring(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t)));
     while (!out.empty() && out.back() == '\0') out.pop_back();
+  } else if (type == REG_MULTI_SZ) {
+    // The strings joined by "|" (pending renames at restart, for instance).
+    std::wstring all(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t));
+    while (!all.empty() && all.back() == L'\0') all.pop_back();
+    for (wchar_t& c : all) if (c == L'\0') c = L'|';
+    out = Narrow(all);
   } else if (type == REG_DWORD) {
     out = std::to_string(*reinterpret_cast<DWORD*>(data.data()));
   } else {
@@ -390,7 +399,7 @@ int wmain(int argc, wchar_t** wargv) {
         Fail(std::string("still in registry: ") + arg(1) + (value ? std::string(" : ") + value : "") + " = " + out);
       }
       i += value ? 3 : 2;
-    } else if (cmd == "run") {
+    } else if (cmd == "run" || cmd == "runwait") {
       need(1);
       std::wstring line = Widen(arg(0));
       STARTUPINFOW si{};
@@ -401,6 +410,13 @@ int wmain(int argc, wchar_t** wargv) {
       if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
         Fail("cannot start " + std::string(arg(0)));
       CloseHandle(pi.hThread);
+      if (cmd == "runwait") {
+        WaitForSingleObject(pi.hProcess, INFINITE);
+        DWORD code = 0;
+        GetExitCodeProcess(pi.hProcess, &code);
+        std::printf("exit=%lu\n", static_cast<unsigned long>(code));
+        std::fflush(stdout);
+      }
       CloseHandle(pi.hProcess);
       i += 1;
     } else if (cmd == "list") {
