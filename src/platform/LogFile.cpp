@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/WinString.h"
 
 namespace kv::modTools {

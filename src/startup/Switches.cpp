@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "package/Text.h"
+#include "base/Text.h"
 
 namespace kv::modSetup {
 namespace {

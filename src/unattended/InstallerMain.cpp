@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "package/CPackage.h"
-#include "package/StringTools.h"
+#include "base/StringTools.h"
 #include "platform/FileTools.h"
 #include "platform/LogFile.h"
 #include "platform/RegTools.h"

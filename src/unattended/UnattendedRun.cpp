@@ -3,8 +3,14 @@
 #include "package/CPackage.h"
 #include "platform/SystemRestart.h"
 #include "startup/WizardFlow.h"
-#include "startup/pages/StartPage.h"
-#include "ui/PageLogic.h"
+#include "pages/frmEULA.h"
+#include "pages/frmFinished.h"
+#include "pages/frmInstalling.h"
+#include "pages/frmLinks.h"
+#include "pages/frmMaintenance.h"
+#include "pages/frmOtherInstalled.h"
+#include "pages/frmPath.h"
+#include "pages/frmStart.h"
 
 namespace kv::unattended {
 namespace {
@@ -38,21 +44,21 @@ class Driver {
     switch (page) {
       case PageId::Start:
         if (sw_.action != SetupAction::Default) return Stop("Das Programm ist nicht installiert.");
-        return modSetup::frmStart_cmdNext_Click(s_);
+        return pages::frmStart_cmdNext_Click(s_);
       case PageId::OtherInstalled:
         if (s_.OtherIsNewer) {
           outcome_.forcedCode = modSetup::exitcode::kNewerInstalled;
           return Stop("Eine neuere Version ist bereits installiert.");
         }
         s_.Log("Seite Andere Version: ältere Version wird aktualisiert");
-        return ui::frmOtherInstalled_Command1_Click(s_);
+        return pages::frmOtherInstalled_Command1_Click(s_);
       case PageId::Path: return AnswerPath();
       case PageId::EULA:
         s_.Log("Seite Lizenzvertrag: angenommen mit dem unbeaufsichtigten Aufruf");
-        return ui::frmEULA_cmdYes_Click(s_);
+        return pages::frmEULA_cmdYes_Click(s_);
       case PageId::Installing:
         // With a display the page's own timer starts the work.
-        if (!ui_.Passive()) ui::frmInstalling_tmrStart_Timer(s_);
+        if (!ui_.Passive()) pages::frmInstalling_tmrStart_Timer(s_);
         return;
       case PageId::Links: return AnswerLinks();
       case PageId::Finished: return AnswerFinished();
@@ -74,7 +80,7 @@ class Driver {
   }
 
   void AnswerPath() {
-    const ui::PathPageSetup page = ui::frmPath_Form_Load(s_);
+    const pages::PathPageSetup page = pages::frmPath_Form_Load(s_);
     std::string path = page.txtPath;
     if (!sw_.dir.empty()) {
       if (page.locked) {
@@ -84,12 +90,12 @@ class Driver {
       }
     }
     s_.Log("Seite Installationspfad: " + path);
-    if (!ui::frmPath_Command1_Click(s_, path)) Stop("Der Installationspfad ist nicht verwendbar: " + path);
+    if (!pages::frmPath_Command1_Click(s_, path)) Stop("Der Installationspfad ist nicht verwendbar: " + path);
   }
 
   void AnswerLinks() {
-    const ui::LinksPageSetup page = ui::frmLinks_Form_Load(s_);
-    ui::LinksChoice c;
+    const pages::LinksPageSetup page = pages::frmLinks_Form_Load(s_);
+    pages::LinksChoice c;
     c.forAll = Pick(sw_.allUsers, false);
     c.startMenu = Pick(sw_.startMenu, page.startMenu);
     c.desktop = Pick(sw_.desktop, page.desktop);
@@ -98,11 +104,11 @@ class Driver {
     s_.Log(std::string("Seite Verknüpfungen: Startmenü ") + (c.startMenu ? "ja" : "nein") + ", Desktop " +
            (c.desktop ? "ja" : "nein") + ", Autostart " + (c.winStart ? "ja" : "nein") + ", für " +
            (c.forAll ? "alle Benutzer" : "den aktuellen Benutzer"));
-    ui::frmLinks_cmdNext_Click(s_, c);
+    pages::frmLinks_cmdNext_Click(s_, c);
   }
 
   void AnswerFinished() {
-    ui::FinishedChoice c;
+    pages::FinishedChoice c;
     c.restartSelected = sw_.forceRestart;
     c.startProgram = false;
     if (s_.RestartRequired) {
@@ -110,25 +116,25 @@ class Driver {
                               : "Neustart erforderlich: kein Neustart ohne /forcerestart");
     }
     RecordingRestart restart(restart_);
-    ui::frmFinished_cmdNext_Click(s_, c, restart, [](const std::string&) { return false; });
+    pages::frmFinished_cmdNext_Click(s_, c, restart, [](const std::string&) { return false; });
     outcome_.restartStarted = restart.started;
   }
 
   void AnswerMaintenance() {
-    const ui::MaintenanceSetup page = ui::frmMaintenance_Form_Load(s_);
+    const pages::MaintenanceSetup page = pages::frmMaintenance_Form_Load(s_);
     switch (sw_.action) {
       case SetupAction::Uninstall:
         s_.Log("Seite Wartung: deinstallieren");
-        if (!ui::frmMaintenance_Command4_Click(s_)) Stop("Die Deinstallation wurde nicht bestätigt.");
+        if (!pages::frmMaintenance_Command4_Click(s_)) Stop("Die Deinstallation wurde nicht bestätigt.");
         return;
       case SetupAction::Repair:
         if (!page.sourceReachable) return Stop("Das Installationsmedium ist nicht erreichbar: " + s_.Package->SourcePath);
         s_.Log("Seite Wartung: reparieren");
-        return ui::frmMaintenance_Command2_Click(s_);
+        return pages::frmMaintenance_Command2_Click(s_);
       case SetupAction::Default:
         if (!page.sourceReachable) return Stop("Das Installationsmedium ist nicht erreichbar: " + s_.Package->SourcePath);
         s_.Log("Seite Wartung: Installation fortsetzen");
-        return ui::frmMaintenance_Command1_Click(s_);
+        return pages::frmMaintenance_Command1_Click(s_);
     }
   }
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "package/UserInteraction.h"
+#include "base/UserInteraction.h"
 #include "startup/Switches.h"
 
 namespace kv {

@@ -87,6 +87,7 @@ installers_running() { prefix_process_running 'KVSetup\.exe|setup\.exe'; }
 
 fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2
+  [ -n "${HOLD_MARKER:-}" ] && touch "$HOLD_MARKER"
   shot failure
   timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" list 2>/dev/null | grep 'visible=1' >&2 || true
   timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" box - 0 1 >&2 2>/dev/null || true
@@ -298,3 +299,15 @@ machine_state() {
 }
 LOGS="$C/Kivra-e2e/logs"
 LOGS_WIN='C:\Kivra-e2e\logs'
+
+# hold_file WINPATH: keeps the file open without sharing (as a running
+# program does) until release_file; $HOLD_MARKER releases it too.
+hold_file() {
+  HOLD_MARKER="$WORK/release"
+  rm -f "$HOLD_MARKER"
+  timeout 600 "$KV_WINE" "$DRIVER" hold "$1" "$(winpath "$HOLD_MARKER")" >"$WORK/hold.log" 2>&1 &
+  HOLDER=$!
+  for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break; sleep 0.1; done
+  grep -q holding "$WORK/hold.log" || { touch "$HOLD_MARKER"; fail "cannot hold $1"; }
+}
+release_file() { touch "$HOLD_MARKER"; wait "$HOLDER"; }

@@ -19,7 +19,7 @@ broken="$WORK/medium-broken"
 cp -r "$medium" "$broken" && rm "$broken/liesmich.txt"
 unattended 1603 "\"$(winpath "$broken/setup.exe")\" /quiet /log \"$LOGS_WIN\\missing.log\""
 need_log "$LOGS/missing.log" "Eine Quelldatei konnte nicht gefunden werden" "-> Antwort: Abbrechen" \
-  "Datei entfernt: C:\\Program Files\\Kivra\\Demo\\demo.exe" "Exitcode: 1603"
+  "Abbruch: Eine Quelldatei konnte nicht gefunden werden" "Exitcode: 1603"
 no_path "$PF/Kivra/Demo"
 no_reg HKLM 'Software\Kivra\Setup\Packages\Kivra Demo_1.0'
 # (The rollback removed the last package: the installer's folder goes too.)

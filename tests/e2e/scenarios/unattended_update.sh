@@ -11,17 +11,9 @@ app="$PF/Kivra/Notizen"
 unattended 0 "\"$(winpath "$m1/setup.exe")\" /quiet /log \"$LOGS_WIN\\v1.log\""
 need_file "$app/alt.txt"
 
-marker="$WORK/release"
-rm -f "$marker"
-timeout 600 "$KV_WINE" "$DRIVER" hold 'C:\Program Files\Kivra\Notizen\notizen.exe' "$(winpath "$marker")" \
-  >"$WORK/hold.log" 2>&1 &
-holder=$!
-for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break; sleep 0.1; done
-grep -q holding "$WORK/hold.log" || { touch "$marker"; fail "cannot hold the program file"; }
-unattended 3010 "\"$(winpath "$m2/setup.exe")\" /quiet /norestart /log \"$LOGS_WIN\\v2.log\"" \
-  || { touch "$marker"; exit 1; }
-touch "$marker"
-wait "$holder"
+hold_file 'C:\Program Files\Kivra\Notizen\notizen.exe'
+unattended 3010 "\"$(winpath "$m2/setup.exe")\" /quiet /norestart /log \"$LOGS_WIN\\v2.log\""
+release_file
 need_log "$LOGS/v2.log" "Seite Andere Version: ältere Version wird aktualisiert" \
   "Datei ausstehend bis zum Neustart: C:\\Program Files\\Kivra\\Notizen\\notizen.exe" \
   "Neustart erforderlich: kein Neustart ohne /forcerestart" "Exitcode: 3010"
