@@ -168,8 +168,9 @@ Switches ParseSwitches(const std::string& commandTail, SwitchHost host) {
     }
     const Known* known = Find(word.text);
     if (!known) {
+      // Read on: a /log further on still gets the reason.
       Refuse(sw, "Unbekannter Schalter: " + word.text);
-      break;
+      continue;
     }
     switch (known->kind) {
       case Kind::Quiet: quiet = true; break;
