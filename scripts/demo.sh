@@ -84,3 +84,24 @@ if [ -f "$status" ]; then
   iconv -f cp1252 -t utf-8 "$status" | tr -d '\r' | sed 's/^/  /'
 fi
 kill_installers
+
+echo
+echo "=== unattended: what a deployment tool does ==="
+reset_machine
+mkdir -p "$LOGS"
+# runs COMMAND with the driver (which reports the whole exit code) and shows
+# the first lines of its log.
+unattended_demo() {
+  local title=$1 command=$2 log=$3 out
+  out=$(timeout 300 "$KV_WINE" "$DRIVER" runwait "$command" | tr -d '\r')
+  echo "$title"
+  echo "  $command"
+  echo "  exit code: ${out##*exit=}"
+  echo "  log ($LOGS_WIN\\$log), first lines:"
+  head -n 8 "$LOGS/$log" | tr -d '\r' | sed 's/^/    /'
+}
+unattended_demo "Install:" "\"$(winpath "$medium/setup.exe")\" /quiet /log \"$LOGS_WIN\\install.log\"" install.log
+unattended_demo "Uninstall (the uninstall entry's quiet form, with a log):" \
+  "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" /quiet /log \"$LOGS_WIN\\uninstall.log\" /uninstall -m \"$key\"" \
+  uninstall.log
+kill_installers

@@ -205,6 +205,18 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   const std::string destName = destinationName.empty() ? sourceName : destinationName;
   const std::string destFolder = destinationFolder.empty() ? package.InstalledIn : destinationFolder;
 
+  // The run log gets one line per file, whichever way this call ends; a call
+  // that ends without an outcome was skipped (or cancelled).
+  struct LogOutcome {
+    Session& session;
+    std::string path;
+    const char* outcome = nullptr;
+    ~LogOutcome() {
+      const char* what = outcome ? outcome : session.Cancelled ? "nicht installiert (Abbruch)" : "übersprungen";
+      session.Log(std::string("Datei ") + what + ": " + path);
+    }
+  } logOutcome{session, modTools::JoinPath(destFolder, destName)};
+
   // The source, asking for the medium while it is missing.
   std::string sourcePath;
   for (;;) {
@@ -313,6 +325,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
 
     if (!curDir.empty() && modTools::FileExists(modTools::JoinPath(curDir, vDestName))) existed = true;
     if (existed && dontOverwrite) {
+      logOutcome.outcome = "behalten (nicht zu überschreiben)";
       success = true;
       break;
     }
@@ -368,6 +381,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
 
     // First match wins.
     if (result & VIF_SRCOLD) {
+      logOutcome.outcome = "behalten (Versionsregel)";
       success = true;
       break;
     }
@@ -382,6 +396,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         } catch (const VbError&) {
         }
         modTools::SetFileDate(copyPath, PresentLocalTime(), modTools::kCreationTime);
+        logOutcome.outcome = "ausstehend bis zum Neustart";
         success = true;
         break;
       }
@@ -425,6 +440,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         }
       }
       if (choice == 1) {
+        logOutcome.outcome = "behalten (installierte Datei neuer)";
         keepExisting = true;
         success = true;
         break;
@@ -433,6 +449,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       continue;
     }
     if (result == 0) {
+      logOutcome.outcome = "installiert";
       installedFresh = true;
       success = true;
     }
@@ -455,6 +472,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   while (RegisterFile(session, finalPath, registerKind) != 0) {
     if (AskDuringCopy(session, package, "Beim Registrieren von " + destName + " ist ein Fehler aufgetreten.") !=
         kRetry) {
+      logOutcome.outcome = "nicht registriert";
       return;
     }
   }

@@ -74,16 +74,26 @@ void UnregisterComponent(Session& session, const std::string& filePath, int32_t 
 
 bool UnregisterFile(Session& session, CFile& file, bool keepFile) {
   if (file.Installed <= 0) return true;
+  const std::string path = modTools::JoinPath(file.InstalledIn, file.DestinationName);
   if (file.DontUninstall) {
     session.FilesLeft = true;
+    session.Log("Datei bleibt (nicht zu deinstallieren): " + path);
     return true;
   }
   file.Installed = 0;
-  const std::string path = modTools::JoinPath(file.InstalledIn, file.DestinationName);
-  if (file.SharedFile && !modTools::ReleaseSharedFileReference(path)) return false;
+  if (file.SharedFile && !modTools::ReleaseSharedFileReference(path)) {
+    session.Log("Datei bleibt (von anderen Programmen benutzt): " + path);
+    return false;
+  }
 
   UnregisterComponent(session, path, file.Register);
-  if (!keepFile && !DeleteFileW(win::Widen(path).c_str())) session.FilesLeft = true;
+  if (keepFile) return true;
+  if (DeleteFileW(win::Widen(path).c_str())) {
+    session.Log("Datei entfernt: " + path);
+  } else {
+    session.FilesLeft = true;
+    session.Log("Datei konnte nicht entfernt werden: " + path);
+  }
   return true;
 }
 

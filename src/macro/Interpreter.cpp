@@ -58,13 +58,24 @@ class Interpreter {
                              [this](const CStructuredFileGroup& body) { Walk(body); }};
       try {
         Perform(info->command, context);
+        session_.Log("Makro: " + Describe(group) + " - ausgeführt");
         return;
       } catch (...) {
+        session_.Log("Makro: " + Describe(group) + " - fehlgeschlagen" + (info->silent ? " (ohne Rückfrage)" : ""));
         if (info->silent) return;
       }
       // 0 abort (cancellation confirmed: the walk ends), 1 retry, 2 ignore.
       if (modInstall::AskAbortRetryIgnore(session_, errorMessage) != modInstall::kRetry) return;
     }
+  }
+
+  // The command with its parameters, for the run log.
+  static std::string Describe(const CStructuredFileGroup& group) {
+    std::string text = "[" + group.Name + "]";
+    for (const auto& item : group.Items) {
+      if (const CStructuredFileProp* prop = item ? item->AsProp() : nullptr) text += " " + prop->Name + "=" + prop->Value;
+    }
+    return text;
   }
 
   static void Perform(Command command, CommandContext& context) {

@@ -39,7 +39,28 @@ class OpenKey {
   HKEY key_ = nullptr;
 };
 
+// The run log's view of the registry: these routines know no session, so
+// the installer's entry point hands them one observer for the process.
+ChangeObserver& Observer() {
+  static ChangeObserver observer;
+  return observer;
+}
+
+const char* RootName(HKEY root) {
+  if (root == HKEY_LOCAL_MACHINE) return "HKLM";
+  if (root == HKEY_CURRENT_USER) return "HKCU";
+  if (root == HKEY_CLASSES_ROOT) return "HKCR";
+  if (root == HKEY_USERS) return "HKU";
+  return "HKEY";
+}
+
+void Notify(const char* what, HKEY root, const std::string& keyPath, const std::string& detail) {
+  if (Observer()) Observer()(std::string("Registrierung: ") + what + " " + RootName(root) + "\\" + keyPath + detail);
+}
+
 }  // namespace
+
+void SetChangeObserver(ChangeObserver observer) { Observer() = std::move(observer); }
 
 std::string GetString(std::string& keyPath, const std::string& valueName, const std::string& def, HKEY root) {
   TrimTrailingBackslash(keyPath);
@@ -86,8 +107,10 @@ void SetString(std::string& keyPath, const std::string& valueName, const std::st
   if (!key.Create(root, keyPath)) return;
   const std::wstring text = Widen(data);
   // The size counts the characters only, not the terminating zero.
-  RegSetValueExW(key.get(), Widen(valueName).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                 static_cast<DWORD>(text.size() * sizeof(wchar_t)));
+  if (RegSetValueExW(key.get(), Widen(valueName).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                     static_cast<DWORD>(text.size() * sizeof(wchar_t))) == ERROR_SUCCESS) {
+    Notify("Wert gesetzt", root, keyPath, " \"" + valueName + "\" = \"" + data + "\"");
+  }
 }
 
 void SetNumber(std::string& keyPath, const std::string& valueName, int32_t data, HKEY root) {
@@ -95,22 +118,28 @@ void SetNumber(std::string& keyPath, const std::string& valueName, int32_t data,
   OpenKey key;
   if (!key.Create(root, keyPath)) return;
   const DWORD value = static_cast<DWORD>(data);
-  RegSetValueExW(key.get(), Widen(valueName).c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
-                 sizeof(value));
+  if (RegSetValueExW(key.get(), Widen(valueName).c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+                     sizeof(value)) == ERROR_SUCCESS) {
+    Notify("Wert gesetzt", root, keyPath, " \"" + valueName + "\" = " + std::to_string(data));
+  }
 }
 
 void Delete(std::string& keyPath, const std::string& valueName, HKEY root) {
   TrimTrailingBackslash(keyPath);
   if (!valueName.empty()) {
     OpenKey key;
-    if (key.Open(root, keyPath, KEY_SET_VALUE)) RegDeleteValueW(key.get(), Widen(valueName).c_str());
+    if (key.Open(root, keyPath, KEY_SET_VALUE) && RegDeleteValueW(key.get(), Widen(valueName).c_str()) == ERROR_SUCCESS) {
+      Notify("Wert entfernt", root, keyPath, " \"" + valueName + "\"");
+    }
     return;
   }
   std::string last;
   const std::string parent = SplitPath(keyPath, last);
   OpenKey key;
   // RegDeleteKey refuses keys that still have subkeys; that is what we want here.
-  if (key.Open(root, parent, KEY_ALL_ACCESS)) RegDeleteKeyW(key.get(), Widen(last).c_str());
+  if (key.Open(root, parent, KEY_ALL_ACCESS) && RegDeleteKeyW(key.get(), Widen(last).c_str()) == ERROR_SUCCESS) {
+    Notify("Schlüssel entfernt", root, keyPath, "");
+  }
 }
 
 void DeleteTree(std::string& keyPath, HKEY root) {

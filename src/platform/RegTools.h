@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -63,5 +64,10 @@ std::string SplitPath(const std::string& keyPath, std::string& lastPart);
 // returns the rest of the path and `matched` = true; otherwise returns the
 // path unchanged and leaves `root` alone.
 std::string SplitRoot(const std::string& fullPath, HKEY& root, bool* matched = nullptr);
+
+// Told one line for every value written and every value or key removed (the
+// run log). Empty: nobody listens.
+using ChangeObserver = std::function<void(const std::string& line)>;
+void SetChangeObserver(ChangeObserver observer);
 
 }  // namespace kv::modRegTools

@@ -6,12 +6,21 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/UserInteraction.h"
 
 namespace kv {
 
 class CPackage;
+
+// The administrator's log of a run (/log): one line per event, the time
+// stamp is the log's business.
+class RunLog {
+ public:
+  virtual ~RunLog() = default;
+  virtual void Line(std::string_view text) = 0;
+};
 
 struct Session {
   explicit Session(UserInteraction& ui) : Ui(ui) {}
@@ -63,6 +72,13 @@ struct Session {
   double StatusSavedAt = -1.0e300;
   std::string SelfDeleteFolder;   // where Uninstall puts the self-delete helper; empty: the Windows folder
   std::string UninstallingName;   // what frmUninstall names (Name + " " + Version of the package being removed)
+
+  // Where the engine reports what it did; without /log there is none and
+  // Log() costs a test of one pointer.
+  RunLog* Logger = nullptr;
+  void Log(std::string_view text) {
+    if (Logger) Logger->Line(text);
+  }
 };
 
 }  // namespace kv

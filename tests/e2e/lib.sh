@@ -87,6 +87,7 @@ installers_running() { prefix_process_running 'KVSetup\.exe|setup\.exe'; }
 
 fail() {
   echo "FAIL [$E2E_NAME]: $*" >&2
+  [ -n "${HOLD_MARKER:-}" ] && touch "$HOLD_MARKER"
   shot failure
   timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" list 2>/dev/null | grep 'visible=1' >&2 || true
   timeout 30 "$KV_WINE" "$DRIVER" --desktop "$DESK" box - 0 1 >&2 2>/dev/null || true
@@ -207,3 +208,134 @@ start_maintenance() {
 }
 
 status_ini() { iconv -f cp1252 -t utf-8 "$SETUP_DIR/Packages/$1/status.ini" 2>/dev/null; }
+
+# check_demo_installed WINSTART (0/1): everything a fresh installation of the
+# demo medium along the default path (links in the start menu and on the
+# desktop) leaves on the machine: files, staged data, index, uninstall entry,
+# link class and proxies, App Paths, the Run value as chosen, the macros'
+# values and status.ini.
+check_demo_installed() {
+  key='Kivra Demo_1.0'
+  app="$PF/Kivra/Demo"
+  for f in demo.exe liesmich.txt kvkomp.dll kvdemo.tlb Schriften/KivraDemo.ttf; do
+    need_file "$app/$f"
+  done
+  # The oninstall macro's copy of the read-me.
+  [ -n "$(find "$app" -name 'Übersicht.txt')" ] || fail "the oninstall macro did not copy liesmich.txt"
+  need_file "$PF/Kivra/Gemeinsam/kvgemein.dll"
+  cmp -s "$medium/demo.exe" "$app/demo.exe" || fail "demo.exe differs from the medium's copy"
+
+  # Staged installer and package data.
+  need_file "$SETUP_DIR/KVSetup.exe"
+  need_file "$SETUP_DIR/dllregsv.exe"
+  for f in setup.ini eula.txt status.ini; do need_file "$SETUP_DIR/Packages/$key/$f"; done
+  cmp -s "$medium/setup.ini" "$SETUP_DIR/Packages/$key/setup.ini" || fail "staged setup.ini differs"
+
+  # Package index and uninstall entry.
+  [ "$(reg reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Product)" = "Kivra Demo" ] || fail "index Product"
+  [ "$(reg reg HKLM "Software\\Kivra\\Setup\\Packages\\$key" Version)" = "1.0" ] || fail "index Version"
+  un="Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
+  [ "$(reg reg HKLM "$un" UninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" -m \"$key\"" ] \
+    || fail "UninstallString: $(reg reg HKLM "$un" UninstallString)"
+  [ "$(reg reg HKLM "$un" DisplayName)" = "Kivra Demo 1.0 (Version 1.0)" ] || fail "DisplayName"
+  [ "$(reg reg HKLM "$un" DisplayIcon)" = 'C:\Program Files\Kivra\Demo\demo.exe,0' ] || fail "DisplayIcon"
+
+  # Link class with its two verbs, and the proxies.
+  ext=.kvsetuplink_KivraDemo_1_0
+  class=$(reg reg HKCR "$ext" @) || fail "extension key $ext"
+  [ "$class" = "KivraSetup.Link.$key" ] || fail "extension points to '$class'"
+  open=$(reg reg HKCR "$class\\shell\\open\\command" @) || fail "Open verb"
+  setup=$(reg reg HKCR "$class\\shell\\Setup\\command" @) || fail "Setup verb"
+  installer='"C:\Program Files\Kivra\Setup\KVSetup.exe"'
+  [ "$open" = "$installer -o \"C:\\Program Files\\Kivra\\Demo\\demo.exe\"" ] || fail "Open verb: $open"
+  [ "$setup" = "$installer -m \"$key\"" ] || fail "Setup verb: $setup"
+  [ "$(reg reg HKCR "$class" @)" = "Verknüpfung zu Kivra Demo 1.0" ] || fail "link class name"
+  [ "$(reg reg HKCR "$class" InfoTip)" = "Startet das Kivra-Demoprogramm (Größe, Farben und Schriften)" ] || fail "InfoTip"
+  [ "$(reg reg HKCR "$class\\DefaultIcon" @)" = 'C:\Program Files\Kivra\Demo\demo.exe' ] || fail "DefaultIcon"
+  [ "$(reg reg HKCR "$class\\shell" @)" = Open ] || fail "default verb"
+  menu=$(find "$C/users" -path "*Start Menu/Programs/Kivra/Kivra Demo 1.0$ext" | head -1)
+  [ -n "$menu" ] && [ ! -s "$menu" ] || fail "start-menu proxy missing or not empty"
+  desk=$(find "$C/users" -path "*/Desktop/Kivra Demo 1.0$ext" | head -1)
+  [ -n "$desk" ] || fail "desktop proxy missing"
+
+  # Application path and start with Windows.
+  ap=$(reg reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' @) || fail "App Paths"
+  [ "$ap" = 'C:\Program Files\Kivra\Demo\demo.exe' ] || fail "App Paths default: $ap"
+  [ "$(reg reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe' Path)" = 'C:\Program Files\Kivra\Demo' ] \
+    || fail "App Paths Path"
+  if [ "$1" = 1 ]; then
+    run=$(reg reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo') || fail "Run value"
+    [ "$run" = '"C:\Program Files\Kivra\Demo\demo.exe"' ] || fail "Run value: $run"
+  else
+    no_reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo'
+  fi
+
+  # The package's macros ran.
+  [ "$(reg reg HKCU 'Software\Kivra\Demo' 'Begrüßung')" = "Grüß Gott" ] || fail "oninstall macro"
+  [ "$(reg reg HKCU 'Software\Kivra\Demo' Sprache)" = "Deutsch" ] || fail "onfreshinstall macro"
+
+  # Status: where from and where to, and every file installed.
+  st=$(status_ini "$key")
+  echo "$st" | grep -qi 'InstalledIn=C:\\Program Files\\Kivra\\Demo' || fail "status.ini lacks InstalledIn"
+  n=$(echo "$st" | grep -ci 'Installed=[1-9]')
+  [ "$n" -ge 6 ] || fail "status.ini records $n installed files"
+}
+
+# check_demo_removed: after the demo package's uninstallation nothing of it is
+# left, and once the installer has ended its own folder goes as well.
+check_demo_removed() {
+  local key='Kivra Demo_1.0'
+  # The self-delete helper removes the installer folder once the installer ended.
+  for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
+  no_path "$SETUP_DIR"
+  left=$(find "$PF/Kivra" -type f 2>/dev/null)
+  [ -z "$left" ] || fail "files left: $left"
+  no_reg HKLM "Software\\Kivra\\Setup\\Packages\\$key"
+  no_reg HKLM "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
+  no_reg HKCR .kvsetuplink_KivraDemo_1_0
+  no_reg HKCR "KivraSetup.Link.$key"
+  no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe'
+  no_reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo'
+  no_reg HKCU 'Software\Kivra\Demo'
+  proxies=$(find "$C/users" "$C/ProgramData" -iname '*.kvsetuplink_*' 2>/dev/null)
+  [ -z "$proxies" ] || fail "proxies left: $proxies"
+}
+
+# unattended EXPECTED COMMANDLINE: runs an administrator's command (no page,
+# no click) to its end and checks the whole exit code.
+unattended() {
+  local expect=$1 out code
+  out=$(timeout 300 "$KV_WINE" "$DRIVER" runwait "$2" | tr -d '\r')
+  code=${out##*exit=}
+  [ "$code" = "$expect" ] || fail "exit code '$code' instead of $expect: $2"
+}
+# need_log FILE TEXT...: the run log holds each TEXT on a time-stamped line.
+need_log() {
+  local file=$1 t
+  shift
+  [ -f "$file" ] || fail "no log $file"
+  for t in "$@"; do
+    grep -E '^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:.]{12}  ' "$file" | grep -qF -- "$t" || fail "log ${file##*/} lacks: $t"
+  done
+}
+# Everything of Kivra on the machine, as one fingerprint (files and keys).
+machine_state() {
+  { find "$PF/Kivra" -type f -printf '%P %s\n' 2>/dev/null | sort
+    reg reg HKLM 'Software\Kivra\Setup\Packages\Kivra Notizen_2.0' Product 2>/dev/null
+    reg reg HKLM 'Software\Kivra\Setup\Packages\Kivra Notizen_1.0' Product 2>/dev/null
+    reg reg HKLM 'Software\Kivra\Setup\Packages\Kivra Demo_1.0' Product 2>/dev/null; } | md5sum
+}
+LOGS="$C/Kivra-e2e/logs"
+LOGS_WIN='C:\Kivra-e2e\logs'
+
+# hold_file WINPATH: keeps the file open without sharing (as a running
+# program does) until release_file; $HOLD_MARKER releases it too.
+hold_file() {
+  HOLD_MARKER="$WORK/release"
+  rm -f "$HOLD_MARKER"
+  timeout 600 "$KV_WINE" "$DRIVER" hold "$1" "$(winpath "$HOLD_MARKER")" >"$WORK/hold.log" 2>&1 &
+  HOLDER=$!
+  for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break; sleep 0.1; done
+  grep -q holding "$WORK/hold.log" || { touch "$HOLD_MARKER"; fail "cannot hold $1"; }
+}
+release_file() { touch "$HOLD_MARKER"; wait "$HOLDER"; }

@@ -7,6 +7,7 @@
 #include "startup/PackageIndex.h"
 #include "pages/frmStart.h"
 #include "pages/frmUninstall.h"
+#include "startup/Switches.h"
 #include "support/ScriptedUi.h"
 
 namespace kv::modSetup {
@@ -35,6 +36,62 @@ TEST(ParseCommand, ModeArgumentAndUnterminated) {
   // Blank and quote must be exact.
   for (const char* tail : {"-o  \"x\"", "-o\"x\"", "-ifp x", "/d \"C:\\x\"", "", "hello"})
     EXPECT_EQ(ParseCommand(tail).mode, StartMode::Unknown) << tail;
+}
+
+// Only a command whose first word is one of our switches is ours; every
+// other command keeps its old meaning (the direct-start message included).
+TEST(Switches, WhatCountsAsSwitches) {
+  for (const char* tail : {"/QUIET -m \"A_1\"", "/log \"C:\\l.txt\" -ifp \"D:\\m\"", "/?", " /Passive"})
+    EXPECT_TRUE(BeginsWithSwitch(tail)) << tail;
+  for (const char* tail : {"-m \"A_1\" /quiet", "/d \"C:\\x\"", "/d", "", "-ifp \"D:\\m\"", "quiet", "/quietly"})
+    EXPECT_FALSE(BeginsWithSwitch(tail)) << tail;
+}
+
+TEST(Switches, AcceptedForms) {
+  Switches a = ParseSwitches("/quiet /uninstall -m \"Kivra Demo_1.0\"", SwitchHost::Installer);
+  EXPECT_EQ(a.error, "");
+  EXPECT_EQ(a.ui, UiLevel::Quiet);
+  EXPECT_EQ(a.action, SetupAction::Uninstall);
+  EXPECT_EQ(a.engineCommand, "-m \"Kivra Demo_1.0\"");
+
+  Switches b = ParseSwitches("/Passive /LOG \"C:\\l.txt\" /dir \"D:\\Progs\\X\\\" /nodesktop /allusers "
+                             "/norestart -ifp \"D:\\medium\"", SwitchHost::Installer);
+  EXPECT_EQ(b.error, "");
+  EXPECT_EQ(b.ui, UiLevel::Passive);
+  EXPECT_EQ(b.logFile, "C:\\l.txt");
+  EXPECT_EQ(b.dir, "D:\\Progs\\X");
+  EXPECT_EQ(b.desktop, Choice::No);
+  EXPECT_EQ(b.allUsers, Choice::Yes);
+  EXPECT_EQ(b.startMenu, Choice::Default);
+  // setup.exe hands them on in one normal form, which parses back the same.
+  Switches c = ParseSwitches(SwitchesCommand(b) + " -ifp \"D:\\medium\"", SwitchHost::Installer);
+  EXPECT_EQ(SwitchesCommand(c), SwitchesCommand(b));
+  EXPECT_EQ(ParseSwitches("/quiet /log \"C:\\l.txt\"", SwitchHost::SetupExe).error, "");
+}
+
+TEST(Switches, RefusedCombinations) {
+  const std::pair<const char*, SwitchHost> rows[] = {
+      {"/quiet /passive", SwitchHost::SetupExe},
+      {"/quiet /repair /uninstall", SwitchHost::SetupExe},
+      {"/quiet /norestart /forcerestart", SwitchHost::SetupExe},
+      {"/quiet /dir", SwitchHost::SetupExe},
+      {"/quiet /dir /log \"C:\\l.txt\"", SwitchHost::SetupExe},
+      {"/quiet /dir \"Programme\\X\"", SwitchHost::SetupExe},  // not a full path
+      {"/quiet /dir \"C:\\\"", SwitchHost::SetupExe},           // a drive root
+      {"/quiet /log", SwitchHost::SetupExe},
+      {"/quiet -o \"C:\\x.exe\"", SwitchHost::Installer},
+      {"/quiet /bogus", SwitchHost::SetupExe},
+      {"/quiet bogus", SwitchHost::SetupExe},
+      {"/quiet /desktop /nodesktop", SwitchHost::SetupExe},
+      {"/quiet /uninstall /desktop", SwitchHost::SetupExe},
+      {"/quiet /uninstall /dir \"C:\\X\"", SwitchHost::SetupExe},
+      {"/norestart", SwitchHost::SetupExe},  // only for runs without questions
+      {"/quiet -ifp \"D:\\m\"", SwitchHost::SetupExe},  // setup.exe names its medium itself
+      {"/quiet", SwitchHost::Installer},     // the installer needs -ifp or -m
+      {"/quiet -ifp \"D:\\m", SwitchHost::Installer},
+      {"/quiet -m \"A_1\" /norestart", SwitchHost::Installer},
+  };
+  for (const auto& [tail, host] : rows) EXPECT_NE(ParseSwitches(tail, host).error, "") << tail;
 }
 
 TEST(CommandTailOf, DropsTheProgramNameQuotedOrNot) {

@@ -13,7 +13,10 @@
 #include "platform/RegTools.h"
 #include "platform/Version.h"
 #include "platform/WinString.h"
+#include "platform/LogFile.h"
 #include "startup/Elevation.h"
+#include "startup/InstanceGuard.h"
+#include "startup/Switches.h"
 
 namespace kv::setupexe {
 namespace {
@@ -153,7 +156,7 @@ bool NeedsCopy(const std::string& source, const std::string& target) {
   return !(answer == 0 || answer == 1);
 }
 
-int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
+int PlaceInstaller(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
   const std::string source = modTools::JoinPath(mediumFolder, kInstallerName);
   const std::string target = installerFolder + kInstallerName;
   if (!modTools::FileExists(source)) {
@@ -174,6 +177,12 @@ int Bootstrap(const std::string& mediumFolder, const std::string& installerFolde
       return kCopyFailed;
     }
   }
+  return kOk;
+}
+
+int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
+  if (int placed = PlaceInstaller(mediumFolder, installerFolder, tell); placed != kOk) return placed;
+  const std::string target = installerFolder + kInstallerName;
   const std::string command = "\"" + target + "\" -ifp \"" + WithoutTrailingBackslash(mediumFolder) + "\"";
   if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus)) {
     tell("Das Installationsprogramm \"" + target + "\" konnte nicht gestartet werden.");
@@ -224,7 +233,58 @@ int SelfDelete(const std::string& installerExe, const std::string& folder, uint3
   return RemoveEmptyTree(dir) ? kOk : kFolderLeft;
 }
 
+int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) {
+  using namespace modSetup::exitcode;
+  const modSetup::Switches sw = modSetup::ParseSwitches(commandTail, modSetup::SwitchHost::SetupExe);
+  // setup.exe writes the log only when it ends the run itself; otherwise
+  // the installer writes it from the start.
+  auto stop = [&](int code, const std::string& why) {
+    modTools::LogFile log;
+    if (!sw.logFile.empty() && modTools::LogFolderExists(sw.logFile) && log.Open(sw.logFile)) {
+      log.Line("Befehlszeile: " + commandTail);
+      log.Line("Abbruch: " + why);
+      log.Line("Exitcode: " + std::to_string(code));
+    }
+    if (!sw.Unattended()) ShowMessage(why);
+    return code;
+  };
+  if (!sw.error.empty()) return stop(kBadSwitches, sw.error);
+  if (!sw.logFile.empty() && !modTools::LogFolderExists(sw.logFile)) {
+    return stop(kBadSwitches, "Der Ordner für die Protokolldatei existiert nicht: " + sw.logFile);
+  }
+  if (sw.help) {
+    MessageBoxW(nullptr, win::Widen(modSetup::kSwitchHelp).c_str(), win::Widen(kTitle).c_str(),
+                MB_OK | MB_ICONINFORMATION);
+    return kSuccess;
+  }
+  if (modSetup::InstanceGuard::AnotherRunning()) {
+    return stop(kAlreadyRunning,
+                "Es wird bereits eine andere Installation mit Kivra Setup ausgeführt. Bitte warten Sie, bis sie "
+                "beendet ist, und starten Sie Setup dann erneut.");
+  }
+  const std::string medium = modTools::ParentFolder(ownPath);
+  const std::string folder = InstallerFolder();
+  const std::string source = modTools::JoinPath(medium, kInstallerName);
+  if (modTools::FileExists(source) && NeedsCopy(source, folder + kInstallerName) && !modSetup::IsElevated()) {
+    uint32_t code = kFatal;
+    if (!modSetup::RelaunchElevated(ownPath, commandTail, &code)) return kCancelled;
+    return static_cast<int>(code);
+  }
+  std::string problem;
+  if (PlaceInstaller(medium, folder, [&problem](const std::string& text) { problem = text; }) != kOk) {
+    return stop(kFatal, problem);
+  }
+  const std::string command = "\"" + folder + kInstallerName + "\" " + modSetup::SwitchesCommand(sw) + " -ifp \"" +
+                              WithoutTrailingBackslash(medium) + "\"";
+  uint32_t code = kFatal;
+  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus, /*wait=*/true, &code)) {
+    return stop(kFatal, "Das Installationsprogramm \"" + folder + kInstallerName + "\" konnte nicht gestartet werden.");
+  }
+  return static_cast<int>(code);
+}
+
 int Run(const std::string& commandTail, const std::string& ownPath) {
+  if (modSetup::BeginsWithSwitch(commandTail)) return RunWithSwitches(commandTail, ownPath);
   Arguments args = ParseArguments(commandTail);
   switch (args.role) {
     case Role::Bootstrap: {

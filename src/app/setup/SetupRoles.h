@@ -5,6 +5,8 @@
 //                                 with -ifp "<medium folder>";
 //   "<file>" /r  |  "<file>" /u   as dllregsv.exe: registers or unregisters a
 //                                 component library (no window);
+//   /quiet, /passive, /log ... (our switches first, see startup/Switches.h)
+//                                 the medium's start for administrators;
 //   "<installer exe>" /d "<folder>"  as DelKVStp.exe: waits until the
 //                                 installer has ended, deletes its files and
 //                                 removes the folder (no window).
@@ -48,6 +50,10 @@ std::string InstallerFolder();
 // file version. Without a version resource on either side we copy.
 bool NeedsCopy(const std::string& source, const std::string& target);
 
+// Puts the medium's KVSetup.exe into `installerFolder` (ending in "\")
+// unless the copy there is as new; kOk or kCopyFailed (told why).
+int PlaceInstaller(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell);
+
 // The medium's start: `mediumFolder` holds setup.exe and KVSetup.exe;
 // `installerFolder` ends in "\".
 int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell);
@@ -60,6 +66,11 @@ int RegisterServer(const std::string& file, bool unregister);
 // and removes the folder with its empty subfolders. Unknown files stay (and
 // so does the folder). `installerExe` must lie directly in `folder`.
 int SelfDelete(const std::string& installerExe, const std::string& folder, uint32_t timeoutMs = 60000);
+
+// The medium's start with the administrators' switches (/quiet, /log ...,
+// /?): places the installer, starts it with the switches and -ifp, waits
+// and returns its exit code. Errors of its own: 87, 1603, 1618.
+int RunWithSwitches(const std::string& commandTail, const std::string& ownPath);
 
 // The whole program: dispatch on the arguments.
 int Run(const std::string& commandTail, const std::string& ownPath);

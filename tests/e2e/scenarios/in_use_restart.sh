@@ -8,13 +8,8 @@ m1=$(make_medium update-1.0) || exit 1
 m2=$(make_medium update-2.0) || exit 1
 install_fresh "$m1" 1 0 0
 app="$PF/Kivra/Notizen"
-marker="$WORK/release"
-rm -f "$marker"
-timeout 600 "$KV_WINE" "$DRIVER" hold 'C:\Program Files\Kivra\Notizen\notizen.exe' "$(winpath "$marker")" \
-  >"$WORK/hold.log" 2>&1 &
-holder=$!
-for _ in $(seq 1 100); do grep -q holding "$WORK/hold.log" 2>/dev/null && break; sleep 0.1; done
-grep -q holding "$WORK/hold.log" || { touch "$marker"; fail "cannot hold the program file"; }
+hold_file 'C:\Program Files\Kivra\Notizen\notizen.exe'
+marker=$HOLD_MARKER
 
 on_desktop "$(winpath "$m2/setup.exe")"
 drv wait frmOtherInstalled 120 || { touch "$marker"; fail "other-version page"; }
@@ -31,8 +26,7 @@ drv expect frmFinished 800 "Die Installation ist fast abgeschlossen." visible fr
 shot frmFinished-restart
 drv check frmFinished 802 0 check frmFinished 803 1 click frmFinished 810 none 60 \
   || { touch "$marker"; fail "closing with 'selbst neu starten'"; }
-touch "$marker"
-wait "$holder"
+release_file
 cmp -s "$m1/notizen.exe" "$app/notizen.exe" || fail "the file in use was replaced before the restart"
 say "restarting the prefix"
 timeout 300 "$KV_WINE" wineboot -r </dev/null >/dev/null 2>&1

@@ -18,18 +18,5 @@ drv expect frmFinished 800 "Die Deinstallation ist abgeschlossen." visible frmFi
 shot frmFinished-uninstall
 drv click frmFinished 810 none 60 || fail "the wizard did not end"
 
-# The self-delete helper removes the installer folder once the installer ended.
-for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
-no_path "$SETUP_DIR"
-left=$(find "$PF/Kivra" -type f 2>/dev/null)
-[ -z "$left" ] || fail "files left: $left"
-no_reg HKLM "Software\\Kivra\\Setup\\Packages\\$key"
-no_reg HKLM "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
-no_reg HKCR .kvsetuplink_KivraDemo_1_0
-no_reg HKCR "KivraSetup.Link.$key"
-no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\App Paths\demo.exe'
-no_reg HKCU 'Software\Microsoft\Windows\CurrentVersion\Run' 'Kivra Demo'
-no_reg HKCU 'Software\Kivra\Demo'
-proxies=$(find "$C/users" "$C/ProgramData" -iname '*.kvsetuplink_*' 2>/dev/null)
-[ -z "$proxies" ] || fail "proxies left: $proxies"
+check_demo_removed
 say "ok"
