@@ -12,15 +12,16 @@ namespace kv::modInstall {
 
 // Installs sourcePath as folder\name where nothing exists yet, as the system's
 // version-aware copy would: a copy under a temporary name in `folder`, then a
-// rename that never replaces. Call it only when all of these hold, which
-// together leave the system copy no outcome but "copied" (result 0) or a
-// physical failure:
+// rename that never replaces. These together leave the system copy no
+// outcome but "copied" (result 0) or a physical failure:
 //   - the system is of the NT family (long names, no short-name detour);
 //   - the version search reported no current copy anywhere;
 //   - nothing exists at folder\name (so no version to compare, nothing to
 //     delete, nothing in use, nothing write-protected).
-// The source being compressed is the one remaining difference (the system
-// copy expands it); that is checked here on the copied bytes.
+// The caller ensures the first two; the third is proven by the rename, which
+// fails when anything is there. The source being compressed is the one
+// remaining difference (the system copy expands it); such a source is left
+// to the system copy.
 // On true the file is in place with the last-write time of the source (as the
 // system copy leaves it), its attributes cleared and its creation time set to
 // `creationTime` (universal time). On false nothing of ours is left and the

@@ -136,10 +136,10 @@ modTools::LocalDateTime PresentLocalTime() {
 
 void ClearAttributes(const std::string& path) { SetFileAttributesW(W(path).c_str(), FILE_ATTRIBUTE_NORMAL); }
 
-// The quick copy applies where the system copy's outcome is fixed; the
-// conditions and why they suffice are in FastCopy.h.
-bool FastCopyApplies(const Session& session, const std::wstring& curDir, bool existsAtRecommended, bool force) {
-  return session.IsWindowsNT && curDir.empty() && !existsAtRecommended && !force;
+// The quick copy is tried where the system copy's outcome can only be a copy;
+// the conditions and why they suffice are in FastCopy.h.
+bool QuickCopyMayApply(const Session& session, const std::wstring& curDir, bool force) {
+  return session.IsWindowsNT && curDir.empty() && !force;
 }
 
 // Writes status.ini now. On failure (already shown to the user by the package
@@ -336,10 +336,13 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
     // With nothing at the recommended place every branch of the rule ends in
     // "install", so the source's version resource is not even read then.
+    // The quick copy's rename never replaces: when it succeeds, nothing was at
+    // the recommended place, where the rule below would have said "install".
+    const bool quick = QuickCopyMayApply(session, wCurDir, force) &&
+                       QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()));
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
-    const bool existsAtRecommended = modTools::FileExists(existingPath);
     int32_t answer = 2;
-    if (existsAtRecommended) {
+    if (!quick && modTools::FileExists(existingPath)) {
       answer = modVersion::CompareFileVersions(existingPath, sourcePath);
       if (sharedFile) {
         if (answer == 0 || answer == -1) {
@@ -361,8 +364,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     DWORD result = VIF_SRCOLD;
     std::wstring tmpBuf(kBufferLength, L'\0');
     UINT tmpLen = kBufferLength;
-    if (answer == 2 && FastCopyApplies(session, wCurDir, existsAtRecommended, force) &&
-        QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()))) {
+    if (quick) {
       result = 0;
       stamped = true;
     } else if (answer == 2) {
