@@ -333,13 +333,14 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       break;
     }
 
-    // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
-    // With nothing at the recommended place every branch of the rule ends in
-    // "install", so the source's version resource is not even read then.
     // The quick copy's rename never replaces: when it succeeds, nothing was at
     // the recommended place, where the rule below would have said "install".
     const bool quick = QuickCopyMayApply(session, wCurDir, force) &&
                        QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()));
+
+    // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
+    // With nothing at the recommended place every branch of the rule ends in
+    // "install", so the source's version resource is not even read then.
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
     int32_t answer = 2;
     if (!quick && modTools::FileExists(existingPath)) {
@@ -399,11 +400,12 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         const std::string copyPath =
             modTools::JoinPath(actualFolder, modTools::UniqueFileName(actualFolder, destName, true));
         CopyFileW(W(sourcePath).c_str(), W(copyPath).c_str(), TRUE);
+        ClearAttributes(copyPath);
         try {
           pending->AddItem(copyPath, 0, modTools::JoinPath(actualFolder, destName), false);
         } catch (const VbError&) {
         }
-        modTools::StampCreationTime(copyPath, PresentLocalTime(), /*clearAttributes=*/true);
+        modTools::SetFileDate(copyPath, PresentLocalTime(), modTools::kCreationTime);
         success = true;
         break;
       }
