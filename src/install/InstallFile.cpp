@@ -7,6 +7,7 @@
 
 #include "install/Conflict.h"
 #include "install/ExpandPath.h"
+#include "install/FastCopy.h"
 #include "install/InstallFileSeams.h"
 #include "install/Registration.h"
 #include "package/CFile.h"
@@ -75,6 +76,15 @@ DWORD InstallVersioned(DWORD flags, const std::wstring& srcName, const std::wstr
                          const_cast<LPWSTR>(curDir.c_str()), tmpFile.data(), &tmpLen);
 }
 
+bool QuickCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
+               const FILETIME& creationTime) {
+  if (seams::g_override && seams::g_override->CopyNewFile) {
+    return seams::g_override->CopyNewFile(sourcePath, folder, name, creationTime);
+  }
+  if (seams::g_override && seams::g_override->VerInstallFile) return false;
+  return CopyNewFile(sourcePath, folder, name, creationTime);
+}
+
 std::wstring W(const std::string& s) { return win::Widen(s); }
 
 std::string WindowsFolder() {
@@ -125,6 +135,12 @@ modTools::LocalDateTime PresentLocalTime() {
 }
 
 void ClearAttributes(const std::string& path) { SetFileAttributesW(W(path).c_str(), FILE_ATTRIBUTE_NORMAL); }
+
+// The quick copy is tried where the system copy's outcome can only be a copy;
+// the conditions and why they suffice are in FastCopy.h.
+bool QuickCopyMayApply(const Session& session, const std::wstring& curDir, bool force) {
+  return session.IsWindowsNT && curDir.empty() && !force;
+}
 
 // Writes status.ini now. On failure (already shown to the user by the package
 // layer) the periodic writes stop, so that a broken disk does not bring up a
@@ -287,7 +303,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   const std::wstring wDestFolder = W(vDestFolder), wDestName = W(vDestName), wWinDir = W(vWinDir);
 
   bool force = false, keepExisting = false, installedFresh = false, tempFileLeft = false;
-  bool existed = false, success = false;
+  bool existed = false, success = false, stamped = false;
   std::string actualFolder;  // long form; stays empty until the first pass has a result
   std::string recDir;        // recommended folder of the last pass
   std::wstring tempName;     // temporary file the last pass left there
@@ -330,12 +346,17 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       break;
     }
 
+    // The quick copy's rename never replaces: when it succeeds, nothing was at
+    // the recommended place, where the rule below would have said "install".
+    const bool quick = QuickCopyMayApply(session, wCurDir, force) &&
+                       QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()));
+
     // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
     // With nothing at the recommended place every branch of the rule ends in
     // "install", so the source's version resource is not even read then.
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
     int32_t answer = 2;
-    if (modTools::FileExists(existingPath)) {
+    if (!quick && modTools::FileExists(existingPath)) {
       answer = modVersion::CompareFileVersions(existingPath, sourcePath);
       if (sharedFile) {
         if (answer == 0 || answer == -1) {
@@ -357,7 +378,10 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     DWORD result = VIF_SRCOLD;
     std::wstring tmpBuf(kBufferLength, L'\0');
     UINT tmpLen = kBufferLength;
-    if (answer == 2) {
+    if (quick) {
+      result = 0;
+      stamped = true;
+    } else if (answer == 2) {
       DWORD flags = VIFF_DONTDELETEOLD | (force ? VIFF_FORCEINSTALL : 0);
       result = InstallVersioned(flags, wSrcName, wDestName, wSrcFolder, wRecDir, wCurDir, tmpBuf, tmpLen);
     }
@@ -457,16 +481,14 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   }
 
   const std::string finalPath = modTools::JoinPath(actualFolder, destName);
-  if (installedFresh) {
-    if (destName != vDestName) {
-      MoveFileW(W(modTools::JoinPath(recDir, vDestName)).c_str(), W(finalPath).c_str());
-    }
-    ClearAttributes(finalPath);
+  if (installedFresh && destName != vDestName) {
+    MoveFileW(W(modTools::JoinPath(recDir, vDestName)).c_str(), W(finalPath).c_str());
   }
   dropTempFile();
   if (!success) return;
 
-  modTools::SetFileDate(finalPath, PresentLocalTime(), modTools::kCreationTime);
+  // A fresh copy loses its attributes; every outcome gets its creation time.
+  if (!stamped) modTools::StampCreationTime(finalPath, PresentLocalTime(), installedFresh);
   if (sharedFile) modTools::AddSharedFileReference(finalPath, existed);
 
   while (RegisterFile(session, finalPath, registerKind) != 0) {

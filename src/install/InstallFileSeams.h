@@ -1,11 +1,14 @@
 #pragma once
 // The system calls InstallFile makes that decide its path: the drive type of
-// the source and the two version-installation functions. Tests replace them
-// to reach answers the test machine cannot produce (a removable medium, a
-// language conflict); unset members mean the real functions.
+// the source, the two version-installation functions and the quick copy of a
+// new file. Tests replace them to reach answers the test machine cannot
+// produce (a removable medium, a language conflict) or to hold the quick copy
+// against the system's; unset members mean the real functions. A replaced
+// VerInstallFile turns the quick copy off unless that is replaced too.
 #include <windows.h>
 
 #include <functional>
+#include <string>
 
 namespace kv::modInstall::seams {
 
@@ -17,6 +20,9 @@ struct SystemFunctions {
   std::function<DWORD(DWORD flags, LPCWSTR srcFileName, LPCWSTR destFileName, LPCWSTR srcDir, LPCWSTR destDir,
                       LPCWSTR curDir, LPWSTR tmpFile, PUINT tmpFileLen)>
       VerInstallFile;
+  std::function<bool(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
+                     const FILETIME& creationTime)>
+      CopyNewFile;
 };
 
 // Replaces the functions for the lifetime of the object (not nestable).

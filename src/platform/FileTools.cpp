@@ -66,7 +66,7 @@ std::string GetShortPath(const std::string& path) {
   return Narrow(std::wstring_view(buffer.data(), length));
 }
 
-void SetFileDate(const std::string& path, const LocalDateTime& dateTime, int32_t which) {
+FILETIME UniversalFileTime(const LocalDateTime& dateTime) {
   SYSTEMTIME local = {};
   local.wYear = static_cast<WORD>(dateTime.Year);
   local.wMonth = static_cast<WORD>(dateTime.Month);
@@ -82,15 +82,44 @@ void SetFileDate(const std::string& path, const LocalDateTime& dateTime, int32_t
   FILETIME localTime = {}, universal = {};
   SystemTimeToFileTime(&local, &localTime);
   LocalFileTimeToFileTime(&localTime, &universal);
+  return universal;
+}
 
-  HANDLE file = CreateFileW(Widen(path).c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+namespace {
+HANDLE OpenForStamp(const std::string& path) {
+  return CreateFileW(Widen(path).c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+}  // namespace
+
+void SetFileDate(const std::string& path, const LocalDateTime& dateTime, int32_t which) {
+  const FILETIME universal = UniversalFileTime(dateTime);
+  HANDLE file = OpenForStamp(path);
   if (file == INVALID_HANDLE_VALUE) return;
   switch (which) {
     case kLastWriteTime: SetFileTime(file, nullptr, nullptr, &universal); break;
     case kCreationTime: SetFileTime(file, &universal, nullptr, nullptr); break;
     case kLastAccessTime: SetFileTime(file, nullptr, &universal, nullptr); break;
     default: break;
+  }
+  CloseHandle(file);
+}
+
+void StampCreationTime(const std::string& path, const LocalDateTime& dateTime, bool clearAttributes) {
+  const FILETIME universal = UniversalFileTime(dateTime);
+  HANDLE file = OpenForStamp(path);
+  if (file == INVALID_HANDLE_VALUE) {
+    // Clearing the attributes needs no handle of ours; do it as before.
+    if (clearAttributes) SetFileAttributesW(Widen(path).c_str(), FILE_ATTRIBUTE_NORMAL);
+    return;
+  }
+  FILE_BASIC_INFO basic = {};  // zero times and attributes: left as they are
+  basic.CreationTime.LowPart = universal.dwLowDateTime;
+  basic.CreationTime.HighPart = static_cast<LONG>(universal.dwHighDateTime);
+  if (clearAttributes) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+  if (!SetFileInformationByHandle(file, FileBasicInfo, &basic, sizeof(basic))) {
+    SetFileTime(file, &universal, nullptr, nullptr);
+    if (clearAttributes) SetFileAttributesW(Widen(path).c_str(), FILE_ATTRIBUTE_NORMAL);
   }
   CloseHandle(file);
 }

@@ -44,6 +44,12 @@ inline constexpr int32_t kLastAccessTime = 3;
 // Stamps one of the file's times (1 last write, 2 creation, 3 last access; any
 // other value sets nothing). A file that cannot be opened is left alone.
 void SetFileDate(const std::string& path, const LocalDateTime& dateTime, int32_t which);
+// The universal file time SetFileDate stamps for a local date and time.
+FILETIME UniversalFileTime(const LocalDateTime& dateTime);
+// SetFileDate(path, dateTime, kCreationTime) and, with clearAttributes, no
+// attributes left: both through one handle, as the file phase does this to
+// every file it installs.
+void StampCreationTime(const std::string& path, const LocalDateTime& dateTime, bool clearAttributes);
 
 // The folder browser as the engine sees it: through the user-interaction
 // interface, so that tests can script the answer. "" when cancelled.

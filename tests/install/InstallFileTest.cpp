@@ -2,11 +2,13 @@
 // copy decision, files in use, questions to the user and the status record.
 #include <gtest/gtest.h>
 
+#include "install/FastCopy.h"
 #include "install/InstallFile.h"
 #include "install/InstallFileSeams.h"
 #include "install/InstallTestSupport.h"
 #include "platform/RegTools.h"
 #include "platform/SharedFiles.h"
+#include "platform/SpecialFolders.h"
 
 namespace kv::test {
 namespace {
@@ -100,6 +102,86 @@ TEST_F(InstallFileTest, CopyDecision) {
   }
   EXPECT_TRUE(ui.Boxes().empty());
   EXPECT_TRUE(Package->CreatedPaths.empty());
+}
+
+// The quick copy of new files against the system's version-aware copy: each
+// situation once through the system copy alone and once as the engine runs;
+// what either leaves behind must be the same.
+TEST_F(InstallFileTest, QuickCopyLeavesWhatTheSystemCopyLeaves) {
+  struct Row {
+    const char* label;
+    int medium, existing;  // version; 0 unversioned, -1 no file
+    bool shared, outside, readOnly, inUse, inSystemFolder, quick;
+  };
+  const Row rows[] = {
+      {"new file", 2, -1, false, false, false, false, false, true},
+      {"same version", 1, 1, false, false, false, false, false, false},
+      {"older", 1, 3, false, false, false, false, false, false},
+      {"newer", 3, 1, false, false, false, false, false, false},
+      {"no version either side", 0, 0, false, false, false, false, false, false},
+      {"shared, package folder", 1, 1, true, false, false, false, false, false},
+      {"shared, outside, new", 0, -1, true, true, false, false, false, true},
+      {"shared, outside, older stamp", 0, 0, true, true, false, false, false, false},
+      {"read-only destination", 2, 1, false, false, true, false, false, false},
+      {"in use", 2, 1, false, false, false, true, false, false},
+      {"copy in the system folder", 2, -1, false, false, false, false, true, false},
+      {"missing source", -1, -1, false, false, false, false, false, false},
+  };
+  int n = 0;
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.label);
+    const std::string name = "kvdiff" + std::to_string(++n) + ".dll";
+    const std::string inSystem = modSpclFolder::GetSystemFolder() + "\\" + name;
+    if (r.inSystemFolder) Put(inSystem, 1, kLangGerman, "");
+    Put(Medium + "\\" + name, r.medium, kLangGerman, "vom Medium");
+    if (r.medium >= 0) SetStamps(Medium + "\\" + name, 2012);
+    std::string seen[2];
+    int quick = 0;
+    for (int way = 0; way < 2; ++way) {  // 0: system copy only, 1: as the engine runs
+      modInstall::seams::SystemFunctions functions;
+      functions.CopyNewFile = [&](const std::wstring& s, const std::wstring& f, const std::wstring& d,
+                                  const FILETIME& t) {
+        return way == 1 && modInstall::CopyNewFile(s, f, d, t) && ++quick;
+      };
+      modInstall::seams::ScopedSystemFunctions scope(functions);
+      const std::string world = Scratch.MakeFolder("Welt" + std::to_string(n) + "-" + std::to_string(way));
+      Package->InstalledIn = world + "\\App";
+      const std::string folder = world + (r.outside ? "\\Gemeinsam" : "\\App");
+      const std::string path = folder + "\\" + name;
+      if (r.existing >= 0) {
+        CreateDirectoryW(win::Widen(folder).c_str(), nullptr);
+        Put(path, r.existing, kLangGerman, "vorhanden");
+        SetStamps(path, 2010);
+        if (r.readOnly) SetReadOnly(path);
+      }
+      HeldOpen held(r.inUse ? path : world + "\\-");
+      CStringLongStringStack pending;
+      if (r.medium < 0) ui.Answer(MsgResult::Ignore);
+      const size_t boxes = ui.Boxes().size();
+      Package->Files.Remove(name);
+      CFile& f = AddFile(name, r.outside ? folder : "*appdir*");
+      f.SharedFile = r.shared;
+      Install(f, &pending);
+      held.Release();
+      WIN32_FILE_ATTRIBUTE_DATA data{};
+      GetFileAttributesExW(win::Widen(path).c_str(), GetFileExInfoStandard, &data);
+      std::string pendingText;
+      for (int i = 1; i <= pending.Count(); ++i) pendingText += pending.ItemData(i) + ">" + pending.ItemText(i) + ";";
+      const uint64_t written =
+          (uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32) | data.ftLastWriteTime.dwLowDateTime;
+      std::string all = std::to_string(f.Installed) + "|" + f.InstalledIn + "|" +
+                        std::to_string(std::hash<std::string>()(ReadFileBytes(path))) + "|" +
+                        std::to_string(data.dwFileAttributes) + "|" + std::to_string(written) + "|" +
+                        std::to_string(SharedCount(path)) + "|" + pendingText + "|" +
+                        std::to_string(ui.Boxes().size() - boxes);
+      for (const std::string& entry : ListFolder(folder)) all += "|" + entry;
+      for (size_t at; (at = all.find(world)) != std::string::npos;) all.replace(at, world.size(), "<Welt>");
+      seen[way] = all;
+    }
+    EXPECT_EQ(seen[1], seen[0]);
+    EXPECT_EQ(quick, r.quick ? 1 : 0);
+    if (r.inSystemFolder) DeleteFileW(win::Widen(inSystem).c_str());
+  }
 }
 
 TEST_F(InstallFileTest, MissingSourceTextNamesTheMedium) {
