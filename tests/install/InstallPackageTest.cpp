@@ -39,7 +39,7 @@ class InstallRun : public InstallFixture {
     Scratch.WriteFile("medium\\prog.exe", "PROGRAMM");
     Scratch.WriteFile("medium\\hilfe.txt", "HILFE");
     Scratch.WriteFile("medium\\daten.txt", "DATEN");
-    Package->Load(Medium + "\\setup.ini");
+    ASSERT_TRUE(Package->Load(Medium + "\\setup.ini"));
     ASSERT_EQ(Package->Files.size(), 3u);
   }
   void RunInstall(bool repair = false, bool update = false) {
