@@ -63,27 +63,23 @@ void RestoreSharedCount(const std::string& path, int32_t count) {
 // Reinstalls one installed file. The installed copy is moved aside under a
 // free name first and comes back under its own name when the new copy could
 // not be installed, so a failed repair never costs the user the file he had.
-// A repair puts the same file back, so it leaves the shared count where it
-// was: the unregistration alone would lower the count of a file that others
-// still use, and would keep a DontUninstall file's count while the new copy
-// counts once more. A file that stays the old one (not released, or the new
-// copy did not arrive) keeps its record and registration, so that a later
+// A repair puts the same file back, so the shared count ends where it
+// started: a DontUninstall file keeps its count through the unregistration
+// while the new copy counts once more. When the new copy does not arrive, the
+// old one is back with its record, count and registration, so that a later
 // uninstallation still knows it.
 void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStringStack& pending) {
   const CFile before = file;
   const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
   const std::string current = modTools::JoinPath(before.InstalledIn, name);
   const int32_t count = SharedCount(current);
-  auto keepOld = [&] {
-    file = before;
-    if (file.SharedFile) RestoreSharedCount(current, count);
-  };
 
   const bool released = UnregisterFile(session, file, /*keepFile=*/true);
   // The unregistration changed the record; status.ini must follow it.
   session.StatusUnsaved = true;
-  // Not released: a shared file other programs still use; it stays as it is.
-  if (!released) return keepOld();
+  // Not released: a shared file other programs still use; it stays as it is,
+  // our reference given up.
+  if (!released) return;
 
   std::string aside;
   if (!before.InstalledIn.empty()) {
@@ -107,7 +103,8 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   // Replacing: a copy that arrived unrecorded (its registration was aborted)
   // must not keep the old one under its free name.
   if (!aside.empty()) Rename(aside, current, /*replace=*/true);
-  keepOld();
+  file = before;
+  if (file.SharedFile) RestoreSharedCount(current, count);
   // The unregistration took the old copy's registration away (not so for a
   // DontUninstall file, which it leaves alone).
   if (!before.DontUninstall && before.Register != 0 && modTools::FileExists(current))

@@ -146,18 +146,15 @@ TEST_F(ConflictInstallTest, MismatchWinsOverTheConflictBits) {
 // the language bit, so the copy is forced and the dialog never opens.
 TEST(SystemVersionFunctions, ALanguageDifferenceComesWithAMismatch) {
   ScratchFolder dir;
-  dir.MakeFolder("neu");
-  dir.MakeFolder("alt");
+  std::wstring src = win::Widen(dir.MakeFolder("neu")), dst = win::Widen(dir.MakeFolder("alt")), name = L"x.dll";
   for (uint16_t newer : {1, 2}) {
-    SCOPED_TRACE(newer);
     MakeVersionedFile(dir / "neu\\x.dll", {newer, 0, 0, 0}, kLangGerman);
     MakeVersionedFile(dir / "alt\\x.dll", {1, 0, 0, 0}, kLangEnglishUS);
-    std::wstring src = win::Widen(dir / "neu"), dst = win::Widen(dir / "alt"), name = L"x.dll";
     wchar_t temp[MAX_PATH] = {};
     UINT length = MAX_PATH;
     const DWORD result = VerInstallFileW(VIFF_DONTDELETEOLD, name.data(), name.data(), src.data(), dst.data(),
                                          dst.data(), temp, &length);
-    EXPECT_EQ(result & (VIF_MISMATCH | VIF_DIFFLANG), DWORD{VIF_MISMATCH | VIF_DIFFLANG}) << std::hex << result;
+    EXPECT_EQ(result & (VIF_MISMATCH | VIF_DIFFLANG), DWORD{VIF_MISMATCH | VIF_DIFFLANG}) << newer << " " << result;
     if (result & VIF_TEMPFILE) DeleteFileW((dst + L"\\" + temp).c_str());
   }
 }
