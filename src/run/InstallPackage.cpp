@@ -104,6 +104,7 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   // must not keep the old one under its free name.
   if (!aside.empty()) Rename(aside, current, /*replace=*/true);
   file = before;
+  session.StatusUnsaved = true;  // the record is back; a flush during the attempt wrote it as gone
   if (file.SharedFile) RestoreSharedCount(current, count);
   // The unregistration took the old copy's registration away (not so for a
   // DontUninstall file, which it leaves alone).
