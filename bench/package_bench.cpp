@@ -118,7 +118,7 @@ Result Measure(const std::string& dir, bool counting) {
     double t0 = CpuSeconds();
     {
       kv::CPackage package(kv::UiContext{ui, title});
-      package.Load(dir + "/setup.ini");
+      (void)package.Load(dir + "/setup.ini");
       double t1 = CpuSeconds();
       package.PackageDir = dir;
       package.Load2();

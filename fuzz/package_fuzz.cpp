@@ -105,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kv::CPackage package(context);
   package.PackageDir = dir;
   try {
-    package.Load(setupPath);
+    (void)package.Load(setupPath);
   } catch (const kv::VbError&) {
   }
   size_t boxesAfterLoad = ui.BoxTexts.size();
@@ -120,7 +120,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kv::CPackage reread(context);
   reread.PackageDir = dir;
   try {
-    reread.Load(setupPath);
+    (void)reread.Load(setupPath);
   } catch (const kv::VbError&) {
   }
   reread.Load2();

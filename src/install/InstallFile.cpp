@@ -410,10 +410,13 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       break;
     }
     if ((result & kInUse) != 0 || static_cast<int32_t>(result) < 0) {
-      if (pending != nullptr) {
-        const std::string copyPath =
-            modTools::JoinPath(actualFolder, modTools::UniqueFileName(actualFolder, destName, true));
-        CopyFileW(W(sourcePath).c_str(), W(copyPath).c_str(), TRUE);
+      // The new file waits under a free name for the restart. When even that
+      // copy fails (a full disk, a folder we may not write to), nothing would
+      // replace the old file at the restart: that is this row's failure, and
+      // the user decides as for a file that cannot be overwritten.
+      const std::string copyPath =
+          pending ? modTools::JoinPath(actualFolder, modTools::UniqueFileName(actualFolder, destName, true)) : "";
+      if (pending != nullptr && CopyFileW(W(sourcePath).c_str(), W(copyPath).c_str(), TRUE)) {
         ClearAttributes(copyPath);
         try {
           pending->AddItem(copyPath, 0, modTools::JoinPath(actualFolder, destName), false);
@@ -424,6 +427,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         success = true;
         break;
       }
+      if (pending != nullptr) DeleteFileW(W(copyPath).c_str());  // no half copy stays behind
       if (AskDuringCopy(session, package, "Die Datei " + destName + " konnte nicht überschrieben werden.") !=
           kRetry) {
         dropTempFile();

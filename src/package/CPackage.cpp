@@ -57,14 +57,14 @@ CPackage::CPackage(UiContext context) : context_(context) {}
 
 std::string CPackage::StatusFileName() const { return modTools::JoinPath(PackageDir, "status.ini"); }
 
-void CPackage::Load(const std::string& path) {
+bool CPackage::Load(const std::string& path) {
   Files.Clear();
   RegKeys.clear();
   CreatedPaths.clear();
 
   CStructuredFile file(context_);
   file.FileName = path;
-  if (int32_t err = file.Load()) throw VbError(err, "cannot read " + path);
+  const bool complete = file.Load() == 0;
   const StructuredItems& items = file.Items();
 
   // Caption's default is the Name just read and DefaultPath's is built from
@@ -137,6 +137,7 @@ void CPackage::Load(const std::string& path) {
       if (EqualsNoCase(group.Name, "regkey")) RegKeys.push_back(group.GetValue("Name", ""));
     }
   }
+  return complete;
 }
 
 void CPackage::Load2() {

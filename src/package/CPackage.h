@@ -44,16 +44,17 @@ class CPackage {
   bool Removed = false;  // set by the uninstallation once the package data is gone
 
   // Reads the definition at `path` (a full file path). Files, RegKeys and
-  // CreatedPaths are emptied first. A failure ends the load where it stands
-  // and is thrown as VbError; what was filled so far stays:
-  //   - the file cannot be read: already reported to the user by the
-  //     structured file (two boxes); the number is thrown again so that the
-  //     caller knows, and the caller shows nothing more;
+  // CreatedPaths are emptied first.
+  // Returns false when the file could not be read to its end: the structured
+  // file has told the user already (two boxes), and what it read before the
+  // fault is taken into the fields as usual, so the caller goes on with that.
+  // A definition that breaks the schema throws VbError at the point reached,
+  // with what was filled so far left as it is. Nobody has told the user then:
   //   - header, files, regkeys or a macro name a value, or a child of files
   //     or regkeys is a value line: TypeMismatch (13);
   //   - a Register value that is not a number: TypeMismatch (13), Overflow (6);
   //   - two file records with the same Name (any case): DuplicateKey (457).
-  void Load(const std::string& path);
+  [[nodiscard]] bool Load(const std::string& path);
 
   // Reads status.ini from PackageDir into the fields filled by Load. Never
   // fails and never reports: a missing or damaged file reads as not installed

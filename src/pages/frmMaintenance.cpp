@@ -67,6 +67,7 @@ bool frmMaintenance_Command4_Click(Session& session) {
   if (r != MsgResult::Yes) return false;
   session.PackageToRemoveFirst.reset();
   modInstall::Uninstall(session, *session.Package, false, nullptr, false, false, false);
+  if (session.Cancelled) return false;  // cancelled at a macro's prompt: nothing is finished
   session.Finished = true;
   modSetup::ShowPage(session, PageId::Finished);
   return true;

@@ -18,7 +18,8 @@ std::string frmMaintenance_MoreText(const std::string& sourcePath);
 void frmMaintenance_Command1_Click(Session& session);  // new components / continue
 void frmMaintenance_Command2_Click(Session& session);  // repair
 void frmMaintenance_Command3_Click(Session& session);  // reinstall
-// Asks; on Yes uninstalls and shows the finish page. False when refused.
+// Asks; on Yes uninstalls and shows the finish page. False when refused, or
+// when the user cancelled at one of the removal's prompts.
 bool frmMaintenance_Command4_Click(Session& session);
 void frmMaintenance_Command5_Click(Session& session);  // cancel
 

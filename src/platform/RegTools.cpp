@@ -34,6 +34,7 @@ class OpenKey {
                            &key_, nullptr) == ERROR_SUCCESS;
   }
   HKEY get() const { return key_; }
+  void Adopt(HKEY key) { key_ = key; }
 
  private:
   HKEY key_ = nullptr;
@@ -151,20 +152,29 @@ void DeleteTree(std::string& keyPath, HKEY root) {
 
 std::vector<std::string> ListSubkeys(std::string& keyPath, HKEY root) {
   TrimTrailingBackslash(keyPath);
+  return TryListSubkeys(keyPath, root).value_or(std::vector<std::string>());
+}
+
+std::optional<std::vector<std::string>> TryListSubkeys(const std::string& keyPath, HKEY root) {
+  std::string path = keyPath;
+  TrimTrailingBackslash(path);
   std::vector<std::string> names;
+  HKEY raw = nullptr;
+  LONG opened = RegOpenKeyExW(root, Widen(path).c_str(), 0, KEY_READ, &raw);
+  if (opened == ERROR_FILE_NOT_FOUND) return names;
+  if (opened != ERROR_SUCCESS) return std::nullopt;
   OpenKey key;
-  if (!key.Open(root, keyPath, KEY_READ)) return names;
+  key.Adopt(raw);
   DWORD count = 0, longest = 0;
   if (RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr, nullptr,
-                       nullptr, nullptr) != ERROR_SUCCESS ||
-      count == 0)
-    return names;
+                       nullptr, nullptr) != ERROR_SUCCESS)
+    return std::nullopt;
   names.reserve(count);
   std::wstring buffer(longest + 1, L' ');
   for (DWORD i = 0; i < count; ++i) {
     DWORD length = static_cast<DWORD>(buffer.size());
     if (RegEnumKeyExW(key.get(), i, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-      return names;
+      return std::nullopt;
     names.push_back(Narrow(std::wstring_view(buffer.data(), length)));
   }
   return names;

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,10 @@ void DeleteTree(const std::string& keyPath, HKEY root);
 // or the key cannot be opened.
 std::vector<std::string> ListSubkeys(std::string& keyPath, HKEY root);
 std::vector<std::string> ListSubkeys(const std::string& keyPath, HKEY root);
+// The same, but a key that exists and cannot be read gives nullopt, so that
+// "no subkeys" is only ever answered by a listing that worked. A key that is
+// not there has no subkeys.
+std::optional<std::vector<std::string>> TryListSubkeys(const std::string& keyPath, HKEY root);
 
 // Splits at the last "\": returns the parent, `lastPart` receives the rest.
 // A path without "\" gives an empty parent and the whole path as `lastPart`.

@@ -16,6 +16,8 @@
 #include "package/CStringLongStringStack.h"
 #include "base/StringTools.h"
 #include "platform/FileTools.h"
+#include "platform/RegTools.h"
+#include "platform/SharedFiles.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
 
@@ -47,25 +49,41 @@ bool Delete(const std::string& path) {
   return DeleteFileW(wide.c_str()) != 0;
 }
 
+// The shared count of `path` as it stands (-1: none), and putting it back.
+int32_t SharedCount(const std::string& path) {
+  return modRegTools::GetNumber(modTools::kSharedDllsKey, path, -1, HKEY_LOCAL_MACHINE);
+}
+void RestoreSharedCount(const std::string& path, int32_t count) {
+  if (count < 0)
+    modRegTools::Delete(modTools::kSharedDllsKey, path, HKEY_LOCAL_MACHINE);
+  else
+    modRegTools::SetNumber(modTools::kSharedDllsKey, path, count, HKEY_LOCAL_MACHINE);
+}
+
 // Reinstalls one installed file. The installed copy is moved aside under a
 // free name first and comes back under its own name when the new copy could
 // not be installed, so a failed repair never costs the user the file he had.
-// A failed reinstallation leaves the record at 0 (as UnregisterFile set it):
-// the file is no longer ours on record, and the next run that is not a repair
-// installs it again.
+// A repair puts the same file back, so the shared count ends where it
+// started: a DontUninstall file keeps its count through the unregistration
+// while the new copy counts once more. When the new copy does not arrive, the
+// old one is back with its record, count and registration, so that a later
+// uninstallation still knows it.
 void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStringStack& pending) {
-  const std::string installedIn = file.InstalledIn;
+  const CFile before = file;
+  const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
+  const std::string current = modTools::JoinPath(before.InstalledIn, name);
+  const int32_t count = SharedCount(current);
+
   const bool released = UnregisterFile(session, file, /*keepFile=*/true);
   // The unregistration changed the record; status.ini must follow it.
   session.StatusUnsaved = true;
-  // Not released: a shared file other programs still use; it stays as it is.
+  // Not released: a shared file other programs still use; it stays as it is,
+  // our reference given up.
   if (!released) return;
 
-  const std::string name = file.DestinationName.empty() ? file.Name : file.DestinationName;
-  const std::string current = modTools::JoinPath(installedIn, name);
   std::string aside;
-  if (!installedIn.empty()) {
-    aside = modTools::JoinPath(installedIn, modTools::UniqueFileName(installedIn, name, true));
+  if (!before.InstalledIn.empty()) {
+    aside = modTools::JoinPath(before.InstalledIn, modTools::UniqueFileName(before.InstalledIn, name, true));
     if (!Rename(current, aside)) aside.clear();  // nothing there to keep (a missing file is what repairs are for)
   }
 
@@ -76,6 +94,7 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   InstallPackageFile(session, package, file, &pending);
 
   if (file.Installed != 0) {
+    if (file.SharedFile && file.InstalledIn == before.InstalledIn) RestoreSharedCount(current, count);
     // The old copy may still be loaded by a running program: then it goes at
     // the next restart instead of staying around under its odd name.
     if (!aside.empty() && !Delete(aside)) MoveFileAtRestart(session, aside, "");
@@ -84,6 +103,13 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
   // Replacing: a copy that arrived unrecorded (its registration was aborted)
   // must not keep the old one under its free name.
   if (!aside.empty()) Rename(aside, current, /*replace=*/true);
+  file = before;
+  session.StatusUnsaved = true;  // the record is back; a flush during the attempt wrote it as gone
+  if (file.SharedFile) RestoreSharedCount(current, count);
+  // The unregistration took the old copy's registration away (not so for a
+  // DontUninstall file, which it leaves alone).
+  if (!before.DontUninstall && before.Register != 0 && modTools::FileExists(current))
+    RegisterFile(session, current, before.Register);
 }
 
 // False when the user cancelled: the run ends after the current file.

@@ -34,7 +34,13 @@ void Step(F&& f) {
   }
 }
 
-void DeleteFileQuietly(const std::string& path) { DeleteFileW(win::Widen(path).c_str()); }
+// Staged data copied from a CD carries its read-only attribute; it must go
+// all the same.
+void DeleteFileQuietly(const std::string& path) {
+  const std::wstring wide = win::Widen(path);
+  SetFileAttributesW(wide.c_str(), FILE_ATTRIBUTE_NORMAL);
+  DeleteFileW(wide.c_str());
+}
 
 std::string WithoutTrailingBackslash(std::string path) {
   if (!path.empty() && path.back() == '\\') path.pop_back();
@@ -188,7 +194,10 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
       });
       if (!newPackage) {
         Step([&] {
-          if (modRegTools::ListSubkeys(kPackagesKey, HKEY_LOCAL_MACHINE).empty()) ArrangeSelfRemoval(session);
+          // Only an index that was read and is empty lets the installer go: a
+          // failed read must not orphan the other packages' uninstall entries.
+          auto left = modRegTools::TryListSubkeys(kPackagesKey, HKEY_LOCAL_MACHINE);
+          if (left && left->empty()) ArrangeSelfRemoval(session);
         });
       }
     }
@@ -201,7 +210,10 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
     }
     ui.SetMousePointer(MousePointer::Default);
 
-    if (!newPackage) {
+    // Only for a real removal: during an update, or when an installation
+    // follows and the files were kept for it on purpose, the folder is about
+    // to be filled again and nothing was left behind.
+    if (!newPackage && !fileFlag) {
       ui.SetMousePointer(MousePointer::Arrow);
       if (session.FilesLeft) {
         ShowInformation(session,

@@ -18,7 +18,8 @@ namespace kv::modInstall {
 //   rollback after a cancel:    newPackage null, keepPackageData false, fileFlag false,
 //                               skipLinks = session.PackageRegistered
 // skipRegistrations leaves out everything after the files (nobody passes true).
-// fileFlag is UnregisterFile's keepFile. Nothing is thrown and nothing is
+// fileFlag is UnregisterFile's keepFile; with it (an installation follows) the
+// files-left and folder-left boxes are not shown. Nothing is thrown and nothing is
 // returned: the outcome is in session.FilesLeft, FolderLeft, RestartRequired,
 // SelfRemovalPending and SelfDeleteHelper. A cancel during the macros ends it
 // with nothing removed.

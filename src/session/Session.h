@@ -59,6 +59,7 @@ struct Session {
   bool FilesLeft = false;         // uninstallation could not remove some files
   bool FolderLeft = false;        // ... or the installation folder
   bool SelfRemovalPending = false;
+  bool CancelRunning = false;     // the cancel procedure is at work (its rollback may ask again)
   std::shared_ptr<CPackage> PackageToRemoveFirst;
   std::string SelfDeleteHelper;   // where the self-delete helper was copied to
   std::string WinInitFolder;      // folder of wininit.ini for 9x restart renames; empty: the Windows folder

@@ -68,10 +68,14 @@ void FindOtherVersion(Session& session) {
 
     auto other = std::make_shared<CPackage>(session.Context());
     other->PackageDir = session.AppDir + "Packages\\" + name;
+    // A definition that is unreadable (told by the structured file) or
+    // damaged is unusable: whatever was found before does not count either.
+    bool usable = false;
     try {
-      other->Load(other->PackageDir + "\\setup.ini");
+      usable = other->Load(other->PackageDir + "\\setup.ini");
     } catch (...) {
-      // An unusable definition: whatever was found before does not count.
+    }
+    if (!usable) {
       session.OtherPackage.reset();
       continue;
     }

@@ -42,36 +42,43 @@ void Tell(Session& session, const std::string& text) {
   session.Ui.MsgBox(box);
 }
 
-// Loads a definition; false when it failed. An unreadable file has been
-// reported by the structured file already; a damaged one is reported here,
-// since a half-read definition must never start an installation.
+// Loads a definition; false when the run must end. A file that could not be
+// read to its end has been reported by the structured file already: the run
+// goes on with what was read. A definition that breaks the schema has been
+// reported by nobody yet: it is told here, once, and the run ends, since a
+// half-read definition must never start an installation.
 bool LoadDefinition(Session& session, CPackage& package, const std::string& path) {
+  std::string number;
   try {
-    package.Load(path);
+    (void)package.Load(path);
     return true;
   } catch (const VbError& e) {
-    const int32_t n = e.Number();
-    if (n == vberr::TypeMismatch || n == vberr::Overflow || n == vberr::DuplicateKey) {
-      Tell(session, "Die Datei \"" + path + "\" mit den Setup-Informationen ist fehlerhaft (Fehler " +
-                        std::to_string(n) + "); Setup wird beendet.");
-    }
+    number = " (Fehler " + std::to_string(e.Number()) + ")";
   } catch (...) {
   }
+  Tell(session, "Die Datei \"" + path + "\" mit den Setup-Informationen ist fehlerhaft" + number +
+                    "; Setup wird beendet.");
   return false;
 }
 
 // Copies the medium's file onto the staged one. A missing source is a
-// failure like any other.
+// failure like any other. A copy takes the read-only attribute of a CD with
+// it; the staged copy must stay deletable by the uninstallation.
 bool StageFile(const std::string& source, const std::string& target) {
   try {
     if (modTools::FileExists(target)) {
       modInstall::ReplaceExistingFile(source, target);
-      return true;
+    } else if (!CopyFileW(win::Widen(source).c_str(), win::Widen(target).c_str(), TRUE)) {
+      return false;
     }
-    return CopyFileW(win::Widen(source).c_str(), win::Widen(target).c_str(), TRUE) != FALSE;
   } catch (...) {
     return false;
   }
+  const std::wstring staged = win::Widen(target);
+  const DWORD attributes = GetFileAttributesW(staged.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+    SetFileAttributesW(staged.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+  return true;
 }
 
 void EndEarly(Session& session) {
@@ -101,6 +108,10 @@ bool InstallFromMedium(Session& session, const std::string& medium) {
   auto package = std::make_shared<CPackage>(session.Context());
   session.Package = package;
   if (!LoadDefinition(session, *package, modTools::JoinPath(medium, "setup.ini"))) return false;
+  // Nothing to install (an empty list, or a file that broke off before its
+  // files): the common end stops quietly, and nothing is staged or indexed
+  // for a package that never gets installed.
+  if (package->Files.empty()) return true;
   package->SourcePath = medium;
   package->PackageDir = session.AppDir + "Packages\\" + PackageIdentifier(*package);
   modTools::MakePath(package->PackageDir);

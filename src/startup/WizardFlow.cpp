@@ -31,10 +31,23 @@ std::string RollbackQuestion() {
 
 void ShowPage(Session& session, PageId page) {
   session.Ui.ShowPage(page, session.SetupTitle);
-  session.CurrentPage = page;
+  // A page the window side could not make has ended the run.
+  if (!session.Cancelled) session.CurrentPage = page;
 }
 
 void CancelSetup(Session& session, bool unconditional) {
+  // Abbrechen at a prompt of the rollback itself: the user has decided
+  // already; the removal stops where it is and the procedure under way ends
+  // the wizard, once.
+  if (session.CancelRunning) {
+    session.Cancelled = true;
+    return;
+  }
+  session.CancelRunning = true;
+  struct Done {
+    bool& running;
+    ~Done() { running = false; }
+  } done{session.CancelRunning};
   UserInteraction& ui = session.Ui;
   const MousePointer pointer = ui.GetMousePointer();
 
@@ -71,19 +84,21 @@ void CancelSetup(Session& session, bool unconditional) {
     }
   }
 
-  if (!rollBack && session.Package && session.StatusUnsaved) {
-    // Kept: what was installed must be on record for the next start.
-    modInstall::FlushInstallStatus(session, *session.Package);
-  }
   if (rollBack && session.Package) {
     // While the package is registered from an earlier complete installation,
     // its links and registrations belong to that one and must survive.
     modInstall::Uninstall(session, *session.Package, /*skipRegistrations=*/false, /*newPackage=*/nullptr,
                           /*keepPackageData=*/false, /*fileFlag=*/false, /*skipLinks=*/session.PackageRegistered);
+  }
+  if (session.Package && session.Package->Removed) {
     // Its staged data is gone: a status write still pending in the
     // interrupted run must not bring the package folder back.
     session.Package->NoStatusSave = true;
     session.StatusUnsaved = false;
+  } else if (session.Package && session.StatusUnsaved) {
+    // Kept, or a rollback stopped at one of its own prompts: what is
+    // installed must be on record for the next start.
+    modInstall::FlushInstallStatus(session, *session.Package);
   }
 
   ui.UnloadPage();
@@ -105,6 +120,7 @@ void StartInstallation(Session& session) {
     bool keepData = old == session.Package;
     modInstall::Uninstall(session, *old, /*skipRegistrations=*/false, replacing, keepData, /*fileFlag=*/true,
                           /*skipLinks=*/false);
+    if (session.Cancelled) return;  // cancelled at a prompt of the removal: the wizard has ended
   }
   ShowPage(session, PageId::Installing);
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "install/InstallFile.h"
 #include "platform/FileTools.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
@@ -158,7 +159,7 @@ void RealUi::ApplyIcon(HWND hwnd) {
 
 void RealUi::ShowPage(PageId page, const std::string& caption) {
   std::unique_ptr<Form> form = CreatePage(page);
-  if (!form || !form->Create(nullptr, true)) return;
+  if (!form || !form->Create(nullptr, true)) return EndWithoutPage(caption);
   HWND h = form->Hwnd();
   RECT r;
   GetWindowRect(h, &r);
@@ -183,7 +184,6 @@ void RealUi::ShowPage(PageId page, const std::string& caption) {
   if (current_) UnloadPage();
   SetWindowTextW(h, Widen(caption).c_str());
   ApplyIcon(h);
-  if (page == PageId::Installing) installingShown_ = true;
   // A page that waits for the user shows the normal pointer, whatever the
   // long work before it left behind.
   if (page != PageId::Installing && page != PageId::Uninstall) SetMousePointer(MousePointer::Default);
@@ -194,6 +194,23 @@ void RealUi::ShowPage(PageId page, const std::string& caption) {
   UpdateWindow(h);
   // Focus on the default button, so that Enter goes on at once.
   if (int def = current_->DefaultButton()) SetFocus(GetDlgItem(h, def));
+}
+
+// A page that cannot be made would leave the user waiting for a window that
+// never comes: say so and end the run. What was installed stays on record, so
+// that the next start offers to continue or to remove it.
+void RealUi::EndWithoutPage(const std::string& caption) {
+  const DWORD error = GetLastError();
+  MsgBox({"Ein Fenster des Installationsprogramms konnte nicht angezeigt werden (Fehler " + std::to_string(error) +
+              "). Setup wird beendet.",
+          caption, MsgButtons::OK, MsgIcon::Critical});
+  if (session_) {
+    session_->Cancelled = true;
+    session_->CurrentPage = PageId::None;
+    if (session_->Package && session_->StatusUnsaved) modInstall::FlushInstallStatus(*session_, *session_->Package);
+  }
+  UnloadPage();
+  UnloadEmptyForm();
 }
 
 void RealUi::UnloadPage() {

@@ -47,14 +47,12 @@ class RealUi : public UserInteraction {
   frmEmpty* EmptyForm() const { return empty_.get(); }
   HWND CurrentWindow() const;
   PageId CurrentPageId() const { return currentId_; }
-  // Whether the progress page has been shown in this run (the uninstall page
-  // uses it to tell the removal of an older version from a rollback).
-  bool InstallingPageShown() const { return installingShown_; }
 
  private:
   std::unique_ptr<Form> CreatePage(PageId page);
   bool PumpOne(bool wait);
   void ApplyIcon(HWND hwnd);
+  void EndWithoutPage(const std::string& caption);
 
   HINSTANCE instance_;
   Session* session_ = nullptr;
@@ -68,7 +66,6 @@ class RealUi : public UserInteraction {
   bool havePageRect_ = false;
   MousePointer pointer_ = MousePointer::Default;
   int modalDepth_ = 0;
-  bool installingShown_ = false;
 };
 
 // Message box with German button labels whatever the system language. The

@@ -1,6 +1,5 @@
 #include "ui/frmUninstall.h"
 
-#include "package/CPackage.h"
 #include "session/Session.h"
 #include "pages/frmUninstall.h"
 #include "ui/ControlIds.h"
@@ -9,12 +8,9 @@
 namespace kv::ui {
 
 void frmUninstall::OnLoad() {
-  // The package being removed: the one chosen to go first (an older version
-  // or the package itself before a reinstall) until the installation has
-  // started; after that only a rollback of the package itself removes things.
-  const CPackage* pkg = session_.Package.get();
-  if (session_.PackageToRemoveFirst && !ui_.InstallingPageShown()) pkg = session_.PackageToRemoveFirst.get();
-  Init(pkg ? pkg->Name + " " + pkg->Version : std::string());
+  // The uninstallation names the package it removes; guessing it here from
+  // the wizard's state names the wrong one on a rollback.
+  Init(session_.UninstallingName);
   ui_.SetMousePointer(MousePointer::Hourglass);
 }
 

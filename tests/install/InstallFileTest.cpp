@@ -302,6 +302,16 @@ TEST_F(InstallFileTest, FileInUseGoesToThePendingListOrAsks) {
   EXPECT_EQ(ui.Boxes().back().request.text,
             "Beim Installieren von gesperrt.txt ist ein Fehler aufgetreten." + kAriTail);
   EXPECT_EQ(ListFolder(App).size(), 1u);
+
+  // In use, and even the copy for the restart fails: asked, nothing pending.
+  modInstall::seams::ScopedSystemFunctions busy({.VerInstallFile = [](auto&&...) -> DWORD { return VIF_SHARINGVIOLATION; }});
+  ui.Answer(MsgResult::Ignore);
+  CFile& locked = *Package->Files.Item("gesperrt.txt");
+  Install(locked, &pending);
+  EXPECT_EQ(ui.Boxes().back().request.text, "Die Datei gesperrt.txt konnte nicht überschrieben werden." + kAriTail);
+  EXPECT_EQ(pending.Count(), 1);
+  EXPECT_EQ(locked.Installed, 0);
+  EXPECT_EQ(ListFolder(App).size(), 1u);
 }
 
 TEST_F(InstallFileTest, WriteProtectionIsForcedOnceAndNotCopied) {

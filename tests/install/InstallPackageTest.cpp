@@ -39,7 +39,7 @@ class InstallRun : public InstallFixture {
     Scratch.WriteFile("medium\\prog.exe", "PROGRAMM");
     Scratch.WriteFile("medium\\hilfe.txt", "HILFE");
     Scratch.WriteFile("medium\\daten.txt", "DATEN");
-    Package->Load(Medium + "\\setup.ini");
+    ASSERT_TRUE(Package->Load(Medium + "\\setup.ini"));
     ASSERT_EQ(Package->Files.size(), 3u);
   }
   void RunInstall(bool repair = false, bool update = false) {
@@ -171,15 +171,24 @@ TEST_F(RepairRun, FailedReinstallLeavesTheOldFileUnderItsOwnName) {
   EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "HILFE");
   EXPECT_EQ(ReadFileBytes(App + "\\prog.exe"), "PROGRAMM 2");  // the others were repaired
   EXPECT_EQ(ListFolder(App), (std::vector<std::string>{"Daten", "Frisch", "hilfe.txt", "prog.exe"}));
-  EXPECT_EQ(File("hilfe.txt").Installed, 0);  // as the unregistration left it...
-  EXPECT_EQ(SavedRecord("hilfe.txt").first, 0);
+  // Back on record, so that an uninstallation still removes it.
+  EXPECT_EQ(SavedRecord("hilfe.txt"), std::make_pair(1, App));
+}
 
-  Scratch.WriteFile("medium\\hilfe.txt", "HILFE 3");  // ...so the next run installs it again
-  RemoveDirectoryW(win::Widen(App + "\\Frisch").c_str());
-  RunInstall();
-  EXPECT_EQ(ui.Boxes().size(), 1u);
-  EXPECT_EQ(ReadFileBytes(App + "\\hilfe.txt"), "HILFE 3");
-  EXPECT_EQ(SavedRecord("hilfe.txt").first, 1);
+// A repair is not one more user of a shared file, whether it succeeds or not.
+TEST_F(RepairRun, SharedCountsStayWhatTheyWere) {
+  const std::string path = App + "\\Daten\\daten.txt";
+  for (bool missing : {false, true}) {
+    CFile& data = File("daten.txt");
+    data.SharedFile = data.DontUninstall = true;
+    data.DontOverwrite = false;
+    reg::SetNumber(modTools::kSharedDllsKey, path, 3, HKEY_LOCAL_MACHINE);
+    RemoveDirectoryW(win::Widen(App + "\\Frisch").c_str());
+    if (missing && DeleteFileW(win::Widen(Medium + "\\daten.txt").c_str())) ui.Answer(MsgResult::Ignore);
+    RunInstall(true);
+    EXPECT_EQ(reg::GetNumber(modTools::kSharedDllsKey, path, -1, HKEY_LOCAL_MACHINE), 3) << missing;
+    EXPECT_EQ(data.Installed, 1);
+  }
 }
 
 TEST_F(RepairRun, SharedFileStillUsedElsewhereIsLeftAsItIs) {

@@ -12,7 +12,7 @@ namespace {
 class PackageStatusTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    package.Load(dir.Write("setup.ini", Utf8ToAnsi("<header>\r\n Name=Helfer\r\n DefaultPath=*programs*\\Helfer\r\n"
+    (void)package.Load(dir.Write("setup.ini", Utf8ToAnsi("<header>\r\n Name=Helfer\r\n DefaultPath=*programs*\\Helfer\r\n"
                                                    "</header>\r\n<files>\r\n [file]\r\n  Name=a.dll|Büro.exe|c.txt\r\n"
                                                    " [/file]\r\n</files>\r\n")));
     package.PackageDir = dir.Path();
@@ -82,7 +82,7 @@ TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
 
   test::UiFixture otherUi;
   CPackage again(otherUi.Context());
-  again.Load(dir / "setup.ini");
+  ASSERT_TRUE(again.Load(dir / "setup.ini"));
   again.PackageDir = dir.Path() + "\\";  // a trailing "\" names the same file
   EXPECT_EQ(again.StatusFileName(), package.StatusFileName());
   again.Load2();

@@ -37,26 +37,31 @@ TEST_F(StartupModes, AnythingElseSaysTheInstallerCannotBeStartedDirectly) {
 }
 
 TEST_F(StartupModes, EarlyEndsStageNothingAndSayOnlyWhatTheyMust) {
-  std::string noFiles = world.MakeMedium("leer", SetupIni("Leer", "1.0", {}), {});
+  std::string noFiles = world.MakeMedium("leer", SetupIni("Demo", "1.0", {}), {});
   std::string twice = world.MakeMedium("twice", SetupIni("Demo", "1.0", {{"a.txt"}, {"A.TXT"}}), {{"a.txt", "A"}});
-  struct Row { std::string tail; const char* report; bool alone; };
+  std::string keyTwice = world.MakeMedium("key", SetupIni("Demo", "1.0", files, "a.txt\r\nexefile=b.txt"), files);
+  struct Row { std::string tail; const char* report; size_t boxes; };
   const Row rows[] = {
-      {"-ifp \"" + medium, nullptr, true},                 // no closing quote
-      {Ifp(noFiles), nullptr, true},                       // nothing to install
-      {Ifp(twice), "fehlerhaft (Fehler 457)", true},       // the same name twice
-      {"-m \"Nichts_9\"", "setup.ini", false},             // unknown package: the structured file reports
+      {"-ifp \"" + medium, nullptr, 0},                  // no closing quote
+      {Ifp(noFiles), nullptr, 0},                        // nothing to install
+      {Ifp(twice), "fehlerhaft (Fehler 457)", 1},        // the same name twice: told here, once
+      {Ifp(keyTwice), "Beim Laden der Datei", 2},        // the file's own two boxes, nothing more
+      {"-m \"Nichts_9\"", "Beim Laden der Datei", 2},    // unknown package: the same
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.tail);
     auto run = world.Start(row.tail);
-    ASSERT_EQ(run->ui.Boxes().empty(), row.report == nullptr);
+    ASSERT_EQ(run->ui.Boxes().size(), row.boxes);
     if (row.report) { EXPECT_NE(run->ui.Boxes()[0].request.text.find(row.report), std::string::npos); }
-    EXPECT_TRUE(!row.alone || run->ui.Boxes().size() <= 1u) << "reported once";
     EXPECT_TRUE(run->ui.Pages().empty());
     EXPECT_FALSE(run->ui.EmptyFormLoaded());
     EXPECT_FALSE(Staged(""));
     EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));
   }
+  // A fault after the file list: the two boxes, then on with what was read.
+  auto late = world.Start(Ifp(world.MakeMedium("late", SetupIni("Demo", "1.0", files) + "</x>\r\n", files)));
+  EXPECT_EQ(late->ui.Boxes().size(), 2u);
+  EXPECT_EQ(late->ui.Pages(), std::vector<PageId>{PageId::Start});
 }
 
 TEST_F(StartupModes, MissingEulaEndsAfterSetupIniWasStaged) {

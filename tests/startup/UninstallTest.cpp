@@ -57,7 +57,7 @@ class Uninstalling : public ::testing::Test {
     modSetup::StartInstallation(s);
     EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndex + "Demo_1.0"));
     EXPECT_FALSE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0"));
-    EXPECT_TRUE(!isUpdate || run->ui.Boxes().empty()) << "never a message during an update";
+    EXPECT_TRUE(run->ui.Boxes().empty()) << "no message about a folder that is about to be filled";
     return run;
   }
 };
@@ -65,7 +65,10 @@ class Uninstalling : public ::testing::Test {
 // What is gone from the machine afterwards is checked end to end by the
 // maintenance scenario; here the page, the helper and what the helper leaves.
 TEST_F(Uninstalling, TheLastPackageTakesTheInstallerWithIt) {
-  const std::string folder = Install("Demo", "1.0", files);
+  // From a CD: the medium is read-only, and so is a plain copy of it.
+  const std::string cd = world.MakeMedium("cd", SetupIni("Demo", "1.0", files, "demo.exe"), files);
+  for (const char* f : {"\\setup.ini", "\\eula.txt"}) SetFileAttributesW(win::Widen(cd + f).c_str(), FILE_ATTRIBUTE_READONLY);
+  const std::string folder = world.InstallComplete(cd)->session.Package->InstalledIn;
   auto run = Uninstall("Demo_1.0");
   Session& s = run->session;
   EXPECT_EQ(run->ui.Pages().back(), PageId::Uninstall);
@@ -93,6 +96,23 @@ TEST_F(Uninstalling, WithoutTheHelperNothingOfTheInstallerFolderIsRemoved) {
   EXPECT_FALSE(Uninstall("Demo_1.0")->session.SelfRemovalPending);
   EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages"));
   EXPECT_FALSE(modTools::FileExists(world.windows + "\\DelKVStp.exe"));
+}
+
+TEST_F(Uninstalling, AnIndexThatCannotBeReadKeepsTheInstaller) {
+  Install("Demo", "1.0", files);
+  HKEY index = nullptr;
+  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Kivra\\Setup\\Packages", 0, KEY_ALL_ACCESS, &index), 0);
+  SECURITY_DESCRIPTOR sd;
+  ACL none;
+  InitializeSecurityDescriptor(&sd, SECURITY_DESCRIPTOR_REVISION);
+  InitializeAcl(&none, sizeof none, ACL_REVISION);
+  SetSecurityDescriptorDacl(&sd, TRUE, &none, FALSE);  // nobody may list it
+  ASSERT_EQ(RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd), 0);
+  EXPECT_FALSE(Uninstall("Demo_1.0")->session.SelfRemovalPending);
+  EXPECT_TRUE(modTools::FileExists(world.appDir + "dllregsv.exe"));
+  SetSecurityDescriptorDacl(&sd, TRUE, nullptr, FALSE);  // open again for the clean-up
+  RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd);
+  RegCloseKey(index);
 }
 
 TEST_F(Uninstalling, OneOfTwoPackagesLeavesTheOtherAlone) {
@@ -132,7 +152,9 @@ TEST_F(Uninstalling, RemovalBeforeAPlainInstallRunsTheCompleteUninstallMacro) {
 }
 
 TEST_F(Uninstalling, ReinstallKeepsThePackageDataOfThePackageItself) {
-  Install("Demo", "1.0", files);
+  std::vector<MediumFile> keep = files;
+  keep[0].extraKeys = "DontUninstall=YES\r\n";
+  Install("Demo", "1.0", keep);
   auto run = world.Start("-m \"Demo_1.0\"");
   Session& s = run->session;
   s.PackageToRemoveFirst = s.Package;  // "Das Programm neu installieren"
@@ -141,7 +163,8 @@ TEST_F(Uninstalling, ReinstallKeepsThePackageDataOfThePackageItself) {
   EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kIndex + "Demo_1.0"));
   EXPECT_TRUE(modTools::FileExists(world.appDir + "Packages\\Demo_1.0\\setup.ini"));
   EXPECT_FALSE(s.SelfRemovalPending);
-  for (const auto& f : s.Package->Files) EXPECT_EQ(f->Installed, 0) << f->Name;  // all to be installed again
+  EXPECT_TRUE(run->ui.Boxes().empty()) << "no message about a folder that is about to be filled";
+  for (const auto& f : s.Package->Files) EXPECT_EQ(f->Installed, f->DontUninstall ? 1 : 0) << f->Name;  // to be installed again
 }
 
 TEST_F(Uninstalling, RollbackOfARegisteredPackageKeepsItsLinksAndACancelAtAMacroRemovesNothing) {
@@ -156,6 +179,28 @@ TEST_F(Uninstalling, RollbackOfARegisteredPackageKeepsItsLinksAndACancelAtAMacro
   EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, "Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\demo.exe"));
   EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE,
                          "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - Demo_1.0"));
+}
+
+// Abbrechen at a failing removal macro, confirmed: nothing goes on after it,
+// and the cancel procedure runs once.
+TEST_F(Uninstalling, ACancelAtARemovalMacroEndsTheWizardOnce) {
+  const std::string failing = "[deletefile]\r\nPath=C:\\kv-fehlt\\x.txt\r\n[/deletefile]\r\n";
+  Install("Demo", "1.0", files, "<onuninstallatupdate>\r\n" + failing + "</onuninstallatupdate>\r\n");
+  auto run = world.Start("-ifp \"" + world.MakeMedium("m2", SetupIni("Demo", "2.0", files, "",
+      "<oncompleteuninstall>\r\n" + failing + "</oncompleteuninstall>\r\n"), files) + "\"");
+  Session& s = run->session;
+  s.PackageToRemoveFirst = s.OtherPackage;
+  s.IsUpdate = true;
+  for (MsgResult r : {MsgResult::Abort, MsgResult::Yes, MsgResult::No}) run->ui.Answer(r);  // keep the files
+  modSetup::StartInstallation(s);
+  EXPECT_TRUE(s.Cancelled);
+  EXPECT_EQ(run->ui.Pages(), (std::vector<PageId>{PageId::OtherInstalled, PageId::Uninstall}));
+  // The undo on the welcome page, its own macro cancelled: no second round.
+  run = world.Start("-ifp \"" + world.scratch / "m2" + "\"");
+  run->ui.Answer(MsgResult::Abort);
+  modSetup::CancelSetup(run->session);
+  EXPECT_EQ(run->ui.Boxes().size(), 1u);
+  EXPECT_TRUE(run->session.Cancelled && !run->session.Package->Removed);
 }
 
 TEST_F(Uninstalling, FilesLeftAndFolderLeftAreTold) {

@@ -2,6 +2,8 @@
 // with the installer's own loader about whether the file loads at all.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Checker.h"
 #include "ProductLoad.h"
 #include "ToolsTestSupport.h"
@@ -45,7 +47,9 @@ CheckReport ExpectFindings(const std::string& bytes, const std::vector<std::stri
   EXPECT_EQ(ExitCode(report.diagnostics, false), errors ? 1 : 0);
   EXPECT_EQ(ExitCode(report.diagnostics, true), errors ? 1 : expected.empty() ? 0 : 2);
   auto loaded = LoadWithProduct(dir.Sub("setup.ini"));
-  EXPECT_EQ(loaded.failure.has_value(), errors) << loaded.failure.value_or("loads");
+  // Every error stops the load, but UTF-8 text: that loads with garbled umlauts.
+  const bool utf8 = std::any_of(list.begin(), list.end(), [](const auto& d) { return d.text.find("is UTF-8") != std::string::npos; });
+  EXPECT_EQ(loaded.failure.has_value(), errors && !utf8) << loaded.failure.value_or("loads");
   return report;
 }
 
@@ -89,6 +93,9 @@ TEST(KvpackCheck, ErrorsAreWhatTheInstallerCannotLoad) {
       {kHeader + "oninstall=x\n", {"6:e:must be the group <oninstall>", "0:w:no <files> group"}},
       {"\xEF\xBB\xBF<header>\n</header>\n<files>\n</files>\n",  // the first line is no longer "<header>"
        {"1:e:byte order mark", "1:w:outside any group", "0:w:no <header>", "2:e:no matching opening line"}},
+      // UTF-8 without a byte order mark loads, but every umlaut comes out wrong.
+      {kHeader + "<files>\n [file]\n  Name=\xC3\xBC" "bersicht.txt\n [/file]\n</files>\n",
+       {"8:e:shows '\xC3\x83\xC2\xBC' for '\xC3\xBC'"}},
       // CR alone, LF alone and CR LF each end a line.
       {"<header>\n Name=Demo\r Version=1.0\r\n</header>\n<files>\r [file]\n  Name=a.dll\n  Register=x\n [/file]\n</files>\n",
        {"8:e:Register 'x' is not a number"}},
@@ -124,9 +131,6 @@ TEST(KvpackCheck, WarningsAreWhatLoadsButNotAsMeant) {
       {"<header>\n Name=Demo\n Version=1.0\n EXEFile=bin\\demo.exe\n</header>\n<files>\n [file]\n  Name=demo.exe\n"
        "  DestinationPath=*APPDIR*\\Bin\\\n [/file]\n</files>\n",
        {}},
-      // UTF-8 without a byte order mark loads, but the umlauts come out wrong.
-      {kHeader + "<files>\n [file]\n  Name=\xC3\xBC" "bersicht.txt\n [/file]\n</files>\n",
-       {"8:w:shows '\xC3\x83\xC2\xBC' for '\xC3\xBC'"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.ini);

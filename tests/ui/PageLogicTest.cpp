@@ -280,6 +280,17 @@ TEST_F(PageLogic, MaintenancePageOffersEverythingOnlyWithTheSourceAtHand) {
   for (const char* p : {"D:\\", ""}) EXPECT_EQ(frmMaintenance_MoreText(p), disc) << p;
 }
 
+TEST_F(PageLogic, UninstallCancelledAtAMacroShowsNoFinishPage) {
+  scratch.WriteFile("setup.ini", "<header>\r\n</header>\r\n<oncompleteuninstall>\r\n [deletefile]\r\n"
+                                 "  Path=C:\\kv-fehlt\\x.txt\r\n [/deletefile]\r\n</oncompleteuninstall>\r\n");
+  ASSERT_TRUE(session.Package->Load(scratch / "setup.ini"));
+  ui.Answer(MsgResult::Yes);    // sure to uninstall
+  ui.Answer(MsgResult::Abort);  // at the macro's prompt
+  EXPECT_FALSE(frmMaintenance_Command4_Click(session));
+  EXPECT_TRUE(session.Cancelled);
+  EXPECT_EQ(ui.Pages(), std::vector<PageId>{PageId::Uninstall});
+}
+
 TEST_F(PageLogic, MaintenanceChoicesSetTheFlagsAndPages) {
   frmMaintenance_Command1_Click(session);  // extend
   EXPECT_EQ(session.PackageToRemoveFirst, nullptr);

@@ -132,8 +132,14 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
       {PageId::Links, {{id::frmLinks_lblWelcome, "beim Start von Windows"}}},
       {PageId::Finished, {{id::frmFinished_chkStartProg, "Programm jetzt starten"}}},
       {PageId::Maintenance, {{id::frmMaintenance_Command3, "Neu installieren"}}},
+      // The package the uninstallation names, not the one chosen to go first
+      // (a rollback after the other-version page).
       {PageId::Uninstall,
-       {{id::frmUninstall_lblPlease, "Bitte warten Sie, während DemoWerkzeug 2.0 deinstalliert wird..."}}},
+       {{id::frmUninstall_lblPlease, "Bitte warten Sie, während DemoWerkzeug 2.0 deinstalliert wird..."}},
+       [&](HWND h) {
+         session.UninstallingName = "DemoWerkzeug 2.0";
+         session.PackageToRemoveFirst = h ? nullptr : std::make_shared<CPackage>(session.Context());
+       }},
       // A newer version: no update offered.
       {PageId::OtherInstalled, {{id::frmOtherInstalled_lblTitle, "Neuere Version bereits installiert"}},
        [&](HWND) { session.OtherIsNewer = true; },
@@ -270,6 +276,16 @@ TEST(GermanMessageBox, ButtonsAreLabelledInGerman) {
   StartProbe(plain);
   MessageBoxW(nullptr, L"x", L"y", MB_OK);
   EXPECT_FALSE(plain.texts.empty());
+  g_probe = nullptr;
+}
+
+TEST_F(PageWindows, APageThatCannotBeMadeIsToldAndEndsTheRun) {
+  Probe probe{FindMessageBox, {0xFFFF}, IDOK};  // 0xFFFF: the box's text
+  StartProbe(probe);
+  ui.ShowPage(PageId::None, session.SetupTitle);
+  EXPECT_NE(probe.texts[0xFFFF].find("konnte nicht angezeigt werden"), std::string::npos) << probe.texts[0xFFFF];
+  EXPECT_FALSE(ui.AnyFormLoaded());
+  EXPECT_TRUE(session.Cancelled);
   g_probe = nullptr;
 }
 

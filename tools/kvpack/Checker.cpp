@@ -465,25 +465,28 @@ std::optional<std::string> FindSource(const std::string& folder, const std::stri
 
 namespace {
 
-// The installer reads setup.ini in the ANSI code page. A file saved as UTF-8
-// loads, but every umlaut turns into two odd characters in the wizard.
+// The installer reads setup.ini in the ANSI code page. A byte order mark
+// makes the first line a value instead of "<header>", and the file then fails
+// to load at that group's closing line. UTF-8 text without one loads, but
+// every umlaut turns into two odd characters in the wizard and in the names of
+// files and folders. Both are errors: the package would not install as meant.
 void CheckEncoding(const std::string& bytes, Diagnostics& diag) {
   if (bytes.rfind("\xEF\xBB\xBF", 0) == 0) {
     diag.Error(1, "the file begins with a UTF-8 byte order mark, which the installer reads as part of the first "
-                  "line; save it in the ANSI code page (Windows-1252)");
+                  "line, so that the file does not load; save it in the ANSI code page (Windows-1252)");
     return;
   }
   int line = 1;
   for (size_t i = 0; i < bytes.size(); ++i) {
     unsigned char c = static_cast<unsigned char>(bytes[i]);
     if (c == '\n' || (c == '\r' && !(i + 1 < bytes.size() && bytes[i + 1] == '\n'))) ++line;
-    // A two- or three-byte UTF-8 sequence for a Latin letter is vanishingly
-    // rare in real Windows-1252 text ("Ã¤" for "ä").
+    // A two-byte UTF-8 sequence for a Latin letter is vanishingly rare in
+    // real Windows-1252 text ("Ã¤" for "ä").
     if ((c == 0xC3 || c == 0xC2) && i + 1 < bytes.size() &&
         (static_cast<unsigned char>(bytes[i + 1]) & 0xC0) == 0x80) {
-      diag.Warning(line, "the file looks UTF-8 encoded; the installer reads Windows-1252 and shows '" +
-                             product::DecodeAnsi(bytes.substr(i, 2)) + "' for '" + bytes.substr(i, 2) +
-                             "'; save it in the ANSI code page");
+      diag.Error(line, "the file is UTF-8 encoded; the installer reads Windows-1252 and shows '" +
+                           product::DecodeAnsi(bytes.substr(i, 2)) + "' for '" + bytes.substr(i, 2) +
+                           "'; save it in the ANSI code page");
       return;
     }
   }

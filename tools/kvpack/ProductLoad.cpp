@@ -33,7 +33,7 @@ ProductLoad LoadWithProduct(const std::string& iniPath) {
   ui.BoxTexts.clear();
   result.package = std::make_unique<kv::CPackage>(kv::UiContext{ui, title});
   try {
-    result.package->Load(iniPath);
+    (void)result.package->Load(iniPath);  // a read failure shows up in the collected boxes
   } catch (const kv::VbError& e) {
     result.failure = "error " + std::to_string(e.Number()) + " (" + Meaning(e.Number()) + ")";
   }
