@@ -88,9 +88,11 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
 
 // False when the user cancelled: the run ends after the current file.
 bool FilePhase(Session& session, CPackage& package, bool repair, CStringLongStringStack& pending) {
+  const int total = static_cast<int>(package.Files.size());
   for (size_t i = 0; i < package.Files.size(); ++i) {
     if (session.Cancelled) return false;
     std::shared_ptr<CFile> file = package.Files[i];
+    session.Ui.ReportProgress(static_cast<int>(i), total, file ? file->DestinationName : std::string());
     if (file) {
       if (!repair && file->Installed == 0)
         Quietly([&] { InstallPackageFile(session, package, *file, &pending); });
@@ -100,6 +102,7 @@ bool FilePhase(Session& session, CPackage& package, bool repair, CStringLongStri
     if (session.Cancelled) return false;
     session.Ui.DoEvents();
   }
+  session.Ui.ReportProgress(total, total, "");
   return !session.Cancelled;
 }
 

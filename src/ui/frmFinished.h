@@ -1,5 +1,6 @@
 #pragma once
 #include "ui/Form.h"
+#include "ui/PageLogic.h"
 
 namespace kv::ui {
 
@@ -11,10 +12,15 @@ class frmFinished : public Form {
  protected:
   void OnLoad() override;
   void OnCommand(int id, int code) override;
+  // The close box and Escape end the wizard, but never restart the computer
+  // or start the program: only "Schließen" acts on those choices.
+  bool Closable() const override { return true; }
+  void OnClose() override;
 
  private:
   void Init(bool uninstallMode);
   void cmdNext_Click();
+  void Leave(const FinishedChoice& choice);
 };
 
 }  // namespace kv::ui

@@ -11,9 +11,14 @@ namespace kv::ui {
 using namespace pages;  // this window's page logic
 
 void frmInstalling::OnLoad() {
-  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
-  int h = MeasureText(kInstallingText, w, FontKind::Bold);
-  Label(ids::frmInstalling_lblText, kInstallingText, x, (Layout::kHeight - h) / 2, w, h, FontKind::Bold, SS_CENTER);
+  const int w = Layout::kRight - Layout::kLeft;
+  const int h = MeasureText(kInstallingText, w, FontKind::Bold);
+  // Text, bar and file line together stand in the middle of the page.
+  ProgressRows(ids::frmInstalling_lblText, kInstallingText, (Layout::kHeight - h) / 2 - 28, h);
+  SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
+  Button(ids::frmInstalling_cmdCancel, "&Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
+         Layout::kButtonW, Layout::kButtonH, true);
+  cancelId_ = ids::frmInstalling_cmdCancel;
   SetTimer(hwnd_, tmrStart, kInterval, nullptr);
   ui_.SetMousePointer(MousePointer::Hourglass);
 }
@@ -27,6 +32,10 @@ void frmInstalling::tmrStart_Timer() {
   if (running_) return;
   running_ = true;
   frmInstalling_tmrStart_Timer(session_);
+}
+
+void frmInstalling::OnCommand(int id, int code) {
+  if (code == BN_CLICKED && id == ids::frmInstalling_cmdCancel) OnClose();
 }
 
 void frmInstalling::OnClose() {

@@ -16,6 +16,8 @@
 //   check FORM ID 0|1            sets a check box or option button
 //   click FORM ID                presses a button
 //   close FORM                   the close box of the form
+//   moving FORM ID [SECONDS]     the progress bar has left its start
+//   taskbar                      exactly one installer window is in the taskbar
 //   box TEXT BUTTONID [SECONDS]  waits for a message box containing TEXT
 //                                ("-" for any), prints it, presses the button
 //                                (button 0: leaves the box open)
@@ -335,6 +337,29 @@ int wmain(int argc, wchar_t** wargv) {
       if (!IsWindowEnabled(c)) Fail(std::string("button disabled: ") + arg(0) + "." + arg(1));
       Press(GetParent(c), c, std::atoi(arg(1)));
       i += 2;
+    } else if (cmd == "moving") {
+      need(2);
+      HWND c = Control(arg(0), arg(1));
+      const double s = optSeconds(2, 10);
+      for (int n = 0; SendMessageW(c, WM_USER + 8 /* PBM_GETPOS */, 0, 0) <= 0; ++n) {
+        if (n > s * 10) Fail(std::string("the progress bar of ") + arg(0) + " does not move");
+        Sleep(100);
+      }
+      i += 2 + consumedSeconds(2);
+    } else if (cmd == "taskbar") {
+      int n = 0;
+      EnumWindows(
+          [](HWND h, LPARAM lp) {
+            wchar_t cls[64] = {};
+            GetClassNameW(h, cls, 64);
+            const LONG ex = GetWindowLongW(h, GWL_EXSTYLE);
+            if (wcsncmp(cls, L"KVSetup.", 8) == 0 && IsWindowVisible(h) &&
+                ((ex & WS_EX_APPWINDOW) || (!GetWindow(h, GW_OWNER) && !(ex & WS_EX_TOOLWINDOW))))
+              ++*reinterpret_cast<int*>(lp);
+            return TRUE;
+          },
+          reinterpret_cast<LPARAM>(&n));
+      if (n != 1) Fail("the installer has " + std::to_string(n) + " taskbar entries");
     } else if (cmd == "close") {
       need(1);
       PostMessageW(WaitForm(arg(0), 10), WM_CLOSE, 0, 0);
