@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include <vector>
+
 #include "platform/WinString.h"
 #include "ui/ControlIds.h"
 #include "ui/RealUi.h"
@@ -45,8 +47,9 @@ void Form::RegisterClasses(HINSTANCE instance) {
   RegisterSideBarClass(instance);
 }
 
-bool Form::Create(HWND owner, bool isPage) {
-  dpi_ = CurrentDpi();
+bool Form::Create(HWND owner, bool isPage, int dpi) {
+  dpi_ = dpi;
+  isPage_ = isPage;
   std::wstring cls = std::wstring(KV_FORM_CLASS_PREFIX) + className_;
   SIZE size = DesignSize();
   RECT rc{0, 0, S(size.cx), S(size.cy)};
@@ -60,12 +63,7 @@ bool Form::Create(HWND owner, bool isPage) {
   hwnd_ = CreateWindowExW(exStyle, cls.c_str(), L"", style, CW_USEDEFAULT, CW_USEDEFAULT, rc.right - rc.left,
                           rc.bottom - rc.top, owner, nullptr, GetModuleHandleW(nullptr), this);
   if (!hwnd_) return false;
-  if (isPage) {
-    CreateWindowExW(0, KV_FORM_CLASS_PREFIX L"ctlSideBar", L"", WS_CHILD | WS_VISIBLE, 0, 0, S(Layout::kSideBar),
-                    S(size.cy), hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ids::ctlSideBar1)),
-                    GetModuleHandleW(nullptr), ui_.EmptyForm());
-  }
-  OnLoad();
+  CreateControls();
   if (!Closable()) EnableMenuItem(GetSystemMenu(hwnd_, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
   return true;
 }
@@ -77,6 +75,47 @@ void Form::Destroy() {
     SetWindowLongPtrW(h, GWLP_USERDATA, 0);
     DestroyWindow(h);
   }
+}
+
+void Form::CreateControls() {
+  if (isPage_) {
+    CreateWindowExW(0, KV_FORM_CLASS_PREFIX L"ctlSideBar", L"", WS_CHILD | WS_VISIBLE, 0, 0, S(Layout::kSideBar),
+                    S(DesignSize().cy), hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ids::ctlSideBar1)),
+                    GetModuleHandleW(nullptr), ui_.EmptyForm());
+  }
+  OnLoad();
+}
+
+void Form::Relayout(int dpi) {
+  struct Kept {
+    int id;
+    std::wstring text;
+    LRESULT check;
+  };
+  std::vector<Kept> kept;
+  HWND focus = GetFocus();
+  const int focusId = focus && IsChild(hwnd_, focus) ? GetDlgCtrlID(focus) : 0;
+  for (HWND c = GetWindow(hwnd_, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT)) {
+    wchar_t cls[16] = {};
+    GetClassNameW(c, cls, 16);
+    if (lstrcmpiW(cls, L"EDIT") == 0) {
+      std::wstring t(static_cast<size_t>(GetWindowTextLengthW(c)) + 1, L'\0');
+      t.resize(static_cast<size_t>(GetWindowTextW(c, t.data(), static_cast<int>(t.size()))));
+      kept.push_back({GetDlgCtrlID(c), std::move(t), -1});
+    } else if (lstrcmpiW(cls, L"BUTTON") == 0) {
+      kept.push_back({GetDlgCtrlID(c), {}, SendMessageW(c, BM_GETCHECK, 0, 0)});
+    }
+  }
+  while (HWND c = GetWindow(hwnd_, GW_CHILD)) DestroyWindow(c);
+  dpi_ = dpi;
+  defaultId_ = cancelId_ = 0;
+  CreateControls();
+  for (const Kept& k : kept) {
+    if (k.check < 0) SetWindowTextW(Item(k.id), k.text.c_str());
+    else SendMessageW(Item(k.id), BM_SETCHECK, static_cast<WPARAM>(k.check), 0);
+  }
+  if (focusId && Item(focusId)) SetFocus(Item(focusId));
+  else EnsureFocus();
 }
 
 int Form::S(int v) const { return MulDiv(v, dpi_, 96); }
@@ -272,6 +311,7 @@ LRESULT Form::Handle(UINT msg, WPARAM wp, LPARAM lp) {
       auto* r = reinterpret_cast<RECT*>(lp);
       SetWindowPos(hwnd_, nullptr, r->left, r->top, r->right - r->left, r->bottom - r->top,
                    SWP_NOZORDER | SWP_NOACTIVATE);
+      if (static_cast<int>(HIWORD(wp)) != dpi_) Relayout(HIWORD(wp));
       return 0;
     }
     default:

@@ -40,7 +40,8 @@ class Form {
 
   // Creates the (hidden) window and runs OnLoad. A page has the side bar and
   // a minimise box; a dialog has neither.
-  bool Create(HWND owner, bool isPage);
+  // `dpi` is the scale of the monitor where the window will stand.
+  bool Create(HWND owner, bool isPage, int dpi);
   void Destroy();
   HWND Hwnd() const { return hwnd_; }
   // The form's class name without the common prefix ("frmPath").
@@ -111,8 +112,13 @@ class Form {
   static LRESULT CALLBACK WndProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
   LRESULT Handle(UINT msg, WPARAM wp, LPARAM lp);
   HFONT FontFor(FontKind kind) const;
+  void CreateControls();
+  // Lays the page out again at another dpi, keeping what the user typed and
+  // chose.
+  void Relayout(int dpi);
 
   const wchar_t* className_;
+  bool isPage_ = true;
   int dpi_ = 96;
 };
 

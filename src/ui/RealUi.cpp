@@ -10,6 +10,7 @@
 #include "ui/ControlIds.h"
 #include "ui/Form.h"
 #include "ui/Pages.h"
+#include "ui/Theme.h"
 #include "ui/frmConflict.h"
 #include "ui/frmEmpty.h"
 
@@ -98,6 +99,10 @@ RealUi::~RealUi() {
   if (appWindow_) DestroyWindow(appWindow_);
 }
 
+int RealUi::DpiFor(const RECT& where) const {
+  return fixedDpi ? fixedDpi : DpiAt({(where.left + where.right) / 2, (where.top + where.bottom) / 2});
+}
+
 void RealUi::EnsureAppWindow(const RECT& pageRect) {
   if (appWindow_) return;
   // No size of its own: it exists for the taskbar and stands where the pages are.
@@ -131,7 +136,9 @@ ConflictAnswer RealUi::AskConflict(const ConflictQuestion& question) {
   if (!session_) return ConflictAnswer::Cancel;
   HWND owner = CurrentWindow();
   frmConflict dialog(*this, *session_, question);
-  if (!dialog.Create(owner, false)) return ConflictAnswer::Cancel;
+  RECT ownerRect{};
+  if (owner) GetWindowRect(owner, &ownerRect);
+  if (!dialog.Create(owner, false, DpiFor(ownerRect))) return ConflictAnswer::Cancel;
   MousePointer before = pointer_;
   SetMousePointer(MousePointer::Arrow);
   ++modalDepth_;
@@ -197,11 +204,13 @@ void RealUi::ApplyIcon(HWND hwnd) {
 void RealUi::ShowPage(PageId page, const std::string& caption) {
   std::unique_ptr<Form> form = CreatePage(page);
   if (!form) return;
-  if (!appWindow_) {
-    RECT screen{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-    EnsureAppWindow(havePageRect_ ? lastPageRect_ : screen);
-  }
-  if (!form->Create(appWindow_, true)) return;
+  // Made for the monitor where it will stand: over the page it replaces, or
+  // in the middle of the primary screen.
+  RECT where{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+  if (HWND prev = CurrentWindow()) GetWindowRect(prev, &where);
+  else if (havePageRect_) where = lastPageRect_;
+  EnsureAppWindow(where);
+  if (!form->Create(appWindow_, true, DpiFor(where))) return;
   HWND h = form->Hwnd();
   RECT r;
   GetWindowRect(h, &r);

@@ -59,6 +59,8 @@ class RealUi : public UserInteraction {
   // that nothing restarts or starts on the machine they run on.
   modTools::RestartApi* restartApi = nullptr;            // nullptr: the system's
   std::function<bool(const std::string&)> startProgram;  // empty: the system's
+  // The scale new windows are made for; 0: the monitor's where they appear.
+  int fixedDpi = 0;
   PageId CurrentPageId() const { return currentId_; }
   // Whether the progress page has been shown in this run (the uninstall page
   // uses it to tell the removal of an older version from a rollback).
@@ -69,6 +71,7 @@ class RealUi : public UserInteraction {
   bool PumpOne(bool wait);
   void ApplyIcon(HWND hwnd);
   void EnsureAppWindow(const RECT& pageRect);
+  int DpiFor(const RECT& where) const;
 
   HINSTANCE instance_;
   Session* session_ = nullptr;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "ui/Theme.h"
+
 namespace kv::ui {
 namespace {
 
@@ -54,7 +56,8 @@ HBITMAP DrawGradient() {
   lf.lfHeight = -20;
   lf.lfWeight = FW_BOLD;
   lf.lfCharSet = DEFAULT_CHARSET;
-  wcscpy(lf.lfFaceName, L"Tahoma");
+  // The body text's typeface, so that the bar and the page read alike.
+  wcsncpy(lf.lfFaceName, MessageFontFace().c_str(), LF_FACESIZE - 1);
   HFONT font = CreateFontIndirectW(&lf);
   HGDIOBJ oldFont = SelectObject(dc, font);
   SetBkMode(dc, TRANSPARENT);

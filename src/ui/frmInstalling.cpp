@@ -19,7 +19,8 @@ void frmInstalling::OnLoad() {
   Button(ids::frmInstalling_cmdCancel, "&Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
          Layout::kButtonW, Layout::kButtonH, true);
   cancelId_ = ids::frmInstalling_cmdCancel;
-  SetTimer(hwnd_, tmrStart, kInterval, nullptr);
+  // Laid out again on another monitor while running: no second start.
+  if (!running_) SetTimer(hwnd_, tmrStart, kInterval, nullptr);
   ui_.SetMousePointer(MousePointer::Hourglass);
 }
 

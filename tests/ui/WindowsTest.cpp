@@ -259,6 +259,30 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
     EXPECT_EQ(TaskbarWindows(), std::vector<HWND>{ui.AppWindow()});
     const bool closable = row.page != PageId::Links && row.page != PageId::Uninstall;
     EXPECT_EQ(!(GetMenuState(GetSystemMenu(h, FALSE), SC_CLOSE, MF_BYCOMMAND) & MF_GRAYED), closable);
+    // Moved to a monitor at 150 %: laid out again at that scale, still clean.
+    RECT r;
+    GetWindowRect(h, &r);
+    RECT moved{r.left, r.top, r.left + (r.right - r.left) * 3 / 2, r.top + (r.bottom - r.top) * 3 / 2};
+    SendMessageW(h, WM_DPICHANGED, MAKEWPARAM(144, 144), reinterpret_cast<LPARAM>(&moved));
+    GetWindowRect(GetDlgItem(h, id::ctlSideBar1), &r);
+    EXPECT_EQ(r.right - r.left, 225);
+    ExpectCleanLayout(h);
+    ui.UnloadPage();
+  }
+}
+
+TEST_F(PageWindows, PagesMadeForA150PercentMonitorAreClean) {
+  ui.fixedDpi = 144;
+  session.OtherPackage = session.Package;
+  session.InstallationStarted = true;
+  for (PageId page : {PageId::Start, PageId::OtherInstalled, PageId::Path, PageId::EULA, PageId::Links,
+                      PageId::Finished, PageId::Maintenance, PageId::Uninstall}) {
+    SCOPED_TRACE(static_cast<int>(page));
+    HWND h = Show(page);
+    RECT client;
+    GetClientRect(h, &client);
+    EXPECT_EQ(client.right, 900);
+    ExpectCleanLayout(h);
     ui.UnloadPage();
   }
 }
