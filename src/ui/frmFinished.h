@@ -1,6 +1,6 @@
 #pragma once
+#include "pages/frmFinished.h"
 #include "ui/Form.h"
-#include "ui/PageLogic.h"
 
 namespace kv::ui {
 
@@ -20,7 +20,7 @@ class frmFinished : public Form {
  private:
   void Init(bool uninstallMode);
   void cmdNext_Click();
-  void Leave(const FinishedChoice& choice);
+  void Leave(const pages::FinishedChoice& choice);
 };
 
 }  // namespace kv::ui
