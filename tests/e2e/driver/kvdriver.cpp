@@ -18,6 +18,7 @@
 //   close FORM                   the close box of the form
 //   moving FORM ID [SECONDS]     the progress bar has left its start
 //   taskbar                      exactly one installer window is in the taskbar
+//   waitfile PATH [SECONDS]      the file exists (checked every 10 ms)
 //   box TEXT BUTTONID [SECONDS]  waits for a message box containing TEXT
 //                                ("-" for any), prints it, presses the button
 //                                (button 0: leaves the box open)
@@ -346,6 +347,14 @@ int wmain(int argc, wchar_t** wargv) {
         Sleep(100);
       }
       i += 2 + consumedSeconds(2);
+    } else if (cmd == "waitfile") {
+      need(1);
+      const double s = optSeconds(1, 30);
+      for (int n = 0; GetFileAttributesW(Widen(arg(0)).c_str()) == INVALID_FILE_ATTRIBUTES; ++n) {
+        if (n > s * 100) Fail(std::string("no file ") + arg(0));
+        Sleep(10);
+      }
+      i += 1 + consumedSeconds(1);
     } else if (cmd == "taskbar") {
       int n = 0;
       EnumWindows(
