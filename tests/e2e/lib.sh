@@ -156,13 +156,13 @@ install_fresh() {
   local medium=$1
   local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
   on_desktop "$(winpath "$medium/setup.exe")"
-  drv wait frmStart 120 taskbar || fail "welcome page did not appear"
+  drv wait frmStart 120 || fail "welcome page did not appear"
   shot frmStart
   drv click frmStart 210 wait frmPath 30 || fail "path page"
   shot frmPath
   drv click frmPath 310 wait frmEULA 30 || fail "licence page"
   shot frmEULA
-  drv click frmEULA 710 wait frmInstalling 30 taskbar || fail "progress page"
+  drv click frmEULA 710 wait frmInstalling 30 || fail "progress page"
   shot frmInstalling
   finish_install "$startmenu" "$desktop" "$winstart"
 }
@@ -171,7 +171,7 @@ install_fresh() {
 # program), finish page without starting the program.
 finish_install() {
   local startmenu=$1 desktop=$2 winstart=$3
-  drv wait frmLinks 180 taskbar || fail "links page"
+  drv wait frmLinks 180 || fail "links page"
   shot frmLinks
   drv check frmLinks 404 "$startmenu" check frmLinks 405 "$desktop" check frmLinks 406 "$winstart" \
       click frmLinks 410 wait frmFinished 30 || fail "finish page"

@@ -17,7 +17,6 @@
 //   click FORM ID                presses a button
 //   close FORM                   the close box of the form
 //   moving FORM ID [SECONDS]     the progress bar has left its start
-//   taskbar                      exactly one installer window is in the taskbar
 //   waitfile PATH [SECONDS]      the file exists (checked every 10 ms)
 //   box TEXT BUTTONID [SECONDS]  waits for a message box containing TEXT
 //                                ("-" for any), prints it, presses the button
@@ -355,20 +354,6 @@ int wmain(int argc, wchar_t** wargv) {
         Sleep(10);
       }
       i += 1 + consumedSeconds(1);
-    } else if (cmd == "taskbar") {
-      int n = 0;
-      EnumWindows(
-          [](HWND h, LPARAM lp) {
-            wchar_t cls[64] = {};
-            GetClassNameW(h, cls, 64);
-            const LONG ex = GetWindowLongW(h, GWL_EXSTYLE);
-            if (wcsncmp(cls, L"KVSetup.", 8) == 0 && IsWindowVisible(h) &&
-                ((ex & WS_EX_APPWINDOW) || (!GetWindow(h, GW_OWNER) && !(ex & WS_EX_TOOLWINDOW))))
-              ++*reinterpret_cast<int*>(lp);
-            return TRUE;
-          },
-          reinterpret_cast<LPARAM>(&n));
-      if (n != 1) Fail("the installer has " + std::to_string(n) + " taskbar entries");
     } else if (cmd == "close") {
       need(1);
       PostMessageW(WaitForm(arg(0), 10), WM_CLOSE, 0, 0);
