@@ -6,7 +6,7 @@ set -euo pipefail
 need=()
 have_pkg() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"; }
 for pkg in cmake ninja-build g++ mingw-w64 mingw-w64-tools wine64 xvfb x11-apps \
-           imagemagick googletest clang libclang-rt-14-dev fonts-dejavu-core; do
+           imagemagick googletest clang libclang-rt-14-dev fonts-dejavu-core fonts-wine; do
   have_pkg "$pkg" || need+=("$pkg")
 done
 # wine64 alone has no 'wine' launcher on some releases; the 'wine' package adds it.

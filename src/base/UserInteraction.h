@@ -62,6 +62,9 @@ class UserInteraction {
   // real windows sleep until a message arrives or `seconds` are over instead
   // of spinning the processor. Stand-ins just pump once.
   virtual void WaitForEvents(double seconds) { DoEvents(); }
+  // How far long work has come: `done` of `total` steps, `item` the file in
+  // hand ("" when none). Progress pages show it; others ignore it.
+  virtual void ReportProgress(int done, int total, const std::string& item) {}
   virtual void SetMousePointer(MousePointer pointer) = 0;
   virtual MousePointer GetMousePointer() const = 0;
   // Seconds on a monotonic clock; minimum display times are measured with it,

@@ -114,15 +114,19 @@ void RepairFile(Session& session, CPackage& package, CFile& file, CStringLongStr
 
 // False when the user cancelled: the run ends after the current file.
 bool FilePhase(Session& session, CPackage& package, bool repair, CStringLongStringStack& pending) {
+  const int total = static_cast<int>(package.Files.size());
   for (size_t i = 0; i < package.Files.size(); ++i) {
     if (session.Cancelled) return false;
     std::shared_ptr<CFile> file = package.Files[i];
+    const std::string name = file ? file->DestinationName : std::string();
+    session.Ui.ReportProgress(static_cast<int>(i), total, name);
     if (file) {
       if (!repair && file->Installed == 0)
         Quietly([&] { InstallPackageFile(session, package, *file, &pending); });
       else if (repair && file->Installed >= 1 && !file->DontOverwrite)
         Quietly([&] { RepairFile(session, package, *file, pending); });
     }
+    session.Ui.ReportProgress(static_cast<int>(i) + 1, total, name);
     if (session.Cancelled) return false;
     session.Ui.DoEvents();
   }

@@ -151,7 +151,9 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
   session.FilesLeft = false;
   session.FolderLeft = false;
 
+  const int total = static_cast<int>(package.Files.size());
   for (size_t i = 0; i < package.Files.size(); ++i) {
+    ui.ReportProgress(static_cast<int>(i), total, package.Files[i] ? package.Files[i]->DestinationName : "");
     Step([&] {
       CFile& file = *package.Files[i];
       if (file.Installed <= 0) return;
@@ -163,6 +165,7 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
       UnregisterFile(session, file, fileFlag);
     });
   }
+  ui.ReportProgress(total, total, "");
 
   if (!skipRegistrations) {
     if (!newPackage && !skipLinks) {

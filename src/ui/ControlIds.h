@@ -42,6 +42,10 @@ constexpr int frmLinks_cmdNext = 410;
 
 // frmInstalling
 constexpr int frmInstalling_lblText = 500;
+// The progress row of both progress pages.
+constexpr int progress_barProgress = 501;
+constexpr int progress_lblFile = 502;
+constexpr int frmInstalling_cmdCancel = 510;
 
 // frmOtherInstalled
 constexpr int frmOtherInstalled_lblTitle = 600;

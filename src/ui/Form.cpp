@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include <vector>
+
 #include "platform/WinString.h"
 #include "ui/ControlIds.h"
 #include "ui/RealUi.h"
@@ -45,25 +47,24 @@ void Form::RegisterClasses(HINSTANCE instance) {
   RegisterSideBarClass(instance);
 }
 
-bool Form::Create(HWND owner, bool withSideBar) {
-  dpi_ = CurrentDpi();
+bool Form::Create(HWND owner, bool isPage, int dpi) {
+  dpi_ = dpi;
+  isPage_ = isPage;
   std::wstring cls = std::wstring(KV_FORM_CLASS_PREFIX) + className_;
   SIZE size = DesignSize();
   RECT rc{0, 0, S(size.cx), S(size.cy)};
   // No WS_CLIPCHILDREN: group boxes are transparent and need the page's
   // background painted beneath them.
-  const DWORD style = WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
-  const DWORD exStyle = WS_EX_CONTROLPARENT | (owner ? WS_EX_DLGMODALFRAME : WS_EX_APPWINDOW);
+  // Pages are owned by the wizard's one taskbar window; minimising a page
+  // minimises that window. A modal dialog cannot be minimised at all.
+  const DWORD style = WS_CAPTION | WS_SYSMENU | (isPage ? WS_MINIMIZEBOX : 0);
+  const DWORD exStyle = WS_EX_CONTROLPARENT | (isPage ? 0 : WS_EX_DLGMODALFRAME);
   AdjustWindowRectEx(&rc, style, FALSE, exStyle);
   hwnd_ = CreateWindowExW(exStyle, cls.c_str(), L"", style, CW_USEDEFAULT, CW_USEDEFAULT, rc.right - rc.left,
                           rc.bottom - rc.top, owner, nullptr, GetModuleHandleW(nullptr), this);
   if (!hwnd_) return false;
-  if (withSideBar) {
-    CreateWindowExW(0, KV_FORM_CLASS_PREFIX L"ctlSideBar", L"", WS_CHILD | WS_VISIBLE, 0, 0, S(Layout::kSideBar),
-                    S(size.cy), hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ids::ctlSideBar1)),
-                    GetModuleHandleW(nullptr), ui_.EmptyForm());
-  }
-  OnLoad();
+  CreateControls();
+  if (!Closable()) EnableMenuItem(GetSystemMenu(hwnd_, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
   return true;
 }
 
@@ -74,6 +75,47 @@ void Form::Destroy() {
     SetWindowLongPtrW(h, GWLP_USERDATA, 0);
     DestroyWindow(h);
   }
+}
+
+void Form::CreateControls() {
+  if (isPage_) {
+    CreateWindowExW(0, KV_FORM_CLASS_PREFIX L"ctlSideBar", L"", WS_CHILD | WS_VISIBLE, 0, 0, S(Layout::kSideBar),
+                    S(DesignSize().cy), hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ids::ctlSideBar1)),
+                    GetModuleHandleW(nullptr), ui_.EmptyForm());
+  }
+  OnLoad();
+}
+
+void Form::Relayout(int dpi) {
+  struct Kept {
+    int id;
+    std::wstring text;
+    LRESULT check;
+  };
+  std::vector<Kept> kept;
+  HWND focus = GetFocus();
+  const int focusId = focus && IsChild(hwnd_, focus) ? GetDlgCtrlID(focus) : 0;
+  for (HWND c = GetWindow(hwnd_, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT)) {
+    wchar_t cls[16] = {};
+    GetClassNameW(c, cls, 16);
+    if (lstrcmpiW(cls, L"EDIT") == 0) {
+      std::wstring t(static_cast<size_t>(GetWindowTextLengthW(c)) + 1, L'\0');
+      t.resize(static_cast<size_t>(GetWindowTextW(c, t.data(), static_cast<int>(t.size()))));
+      kept.push_back({GetDlgCtrlID(c), std::move(t), -1});
+    } else if (lstrcmpiW(cls, L"BUTTON") == 0) {
+      kept.push_back({GetDlgCtrlID(c), {}, SendMessageW(c, BM_GETCHECK, 0, 0)});
+    }
+  }
+  while (HWND c = GetWindow(hwnd_, GW_CHILD)) DestroyWindow(c);
+  dpi_ = dpi;
+  defaultId_ = cancelId_ = 0;
+  CreateControls();
+  for (const Kept& k : kept) {
+    if (k.check < 0) SetWindowTextW(Item(k.id), k.text.c_str());
+    else SendMessageW(Item(k.id), BM_SETCHECK, static_cast<WPARAM>(k.check), 0);
+  }
+  if (focusId && Item(focusId)) SetFocus(Item(focusId));
+  else EnsureFocus();
 }
 
 int Form::S(int v) const { return MulDiv(v, dpi_, 96); }
@@ -87,17 +129,21 @@ HFONT Form::FontFor(FontKind kind) const {
   }
 }
 
+// Every control but the second and later option buttons of a group starts a
+// group of its own, so that arrow keys stay inside a radio group.
 static HWND MakeChild(HWND parent, int id, const wchar_t* cls, const std::string& text, DWORD style, int x, int y,
-                      int w, int h, HFONT font, DWORD exStyle = 0) {
-  HWND c = CreateWindowExW(exStyle, cls, Widen(text).c_str(), WS_CHILD | WS_VISIBLE | style, x, y, w, h, parent,
+                      int w, int h, HFONT font, DWORD exStyle = 0, bool groupStart = true) {
+  HWND c = CreateWindowExW(exStyle, cls, Widen(text).c_str(),
+                           WS_CHILD | WS_VISIBLE | (groupStart ? WS_GROUP : 0) | style, x, y, w, h, parent,
                            reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
   SendMessageW(c, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
   return c;
 }
 
-HWND Form::Label(int id, const std::string& text, int x, int y, int w, int h, FontKind font, DWORD extraStyle) {
-  return MakeChild(hwnd_, id, L"STATIC", text, SS_LEFT | SS_NOPREFIX | extraStyle, S(x), S(y), S(w), S(h),
-                   FontFor(font));
+HWND Form::Label(int id, const std::string& text, int x, int y, int w, int h, FontKind font, DWORD extraStyle,
+                 bool accessKey) {
+  return MakeChild(hwnd_, id, L"STATIC", text, SS_LEFT | (accessKey ? 0 : SS_NOPREFIX) | extraStyle, S(x), S(y), S(w),
+                   S(h), FontFor(font));
 }
 
 int Form::MeasureText(const std::string& text, int w, FontKind font) const {
@@ -130,9 +176,8 @@ HWND Form::CheckBox(int id, const std::string& text, int x, int y, int w, int h)
 }
 
 HWND Form::Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup) {
-  return MakeChild(hwnd_, id, L"BUTTON", text,
-                   BS_AUTORADIOBUTTON | BS_MULTILINE | (firstInGroup ? (WS_GROUP | WS_TABSTOP) : 0), S(x), S(y), S(w),
-                   S(h), FontFor(FontKind::Normal));
+  return MakeChild(hwnd_, id, L"BUTTON", text, BS_AUTORADIOBUTTON | BS_MULTILINE | (firstInGroup ? WS_TABSTOP : 0),
+                   S(x), S(y), S(w), S(h), FontFor(FontKind::Normal), 0, firstInGroup);
 }
 
 HWND Form::Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle, FontKind font) {
@@ -146,10 +191,18 @@ HWND Form::Frame(int id, const std::string& text, int x, int y, int w, int h) {
   // The frame keeps the caption as its own text for whoever reads it.
   int top = y;
   if (!text.empty()) {
-    Label(id + kFrameCaptionOffset, text, x, y, w, 16, FontKind::Normal);
+    Label(id + kFrameCaptionOffset, text, x, y, w, 16, FontKind::Normal, 0, true);
     top += 18;
   }
   return MakeChild(hwnd_, id, L"STATIC", text, SS_ETCHEDFRAME, S(x), S(top), S(w), S(h - (top - y)), nullptr);
+}
+
+void Form::FitClientHeight(int h) {
+  RECT client, window;
+  GetClientRect(hwnd_, &client);
+  GetWindowRect(hwnd_, &window);
+  SetWindowPos(hwnd_, nullptr, 0, 0, window.right - window.left,
+               (window.bottom - window.top) - (client.bottom - client.top) + S(h), SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void Form::SeparatorLines(int y, int x0, int x1) {
@@ -176,6 +229,14 @@ void Form::OnClose() {
   if (cancelId_ && IsWindowEnabled(Item(cancelId_))) OnCommand(cancelId_, BN_CLICKED);
 }
 
+void Form::EnsureFocus() {
+  // The default button, so that Enter goes on at once; else the first
+  // control that takes the tab key.
+  HWND f = defaultId_ ? Item(defaultId_) : nullptr;
+  if (!f || !IsWindowVisible(f) || !IsWindowEnabled(f)) f = GetNextDlgTabItem(hwnd_, nullptr, FALSE);
+  if (f) SetFocus(f);
+}
+
 LRESULT CALLBACK Form::WndProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   if (msg == WM_NCCREATE) {
     auto* cs = reinterpret_cast<CREATESTRUCTW*>(lp);
@@ -193,7 +254,10 @@ LRESULT Form::Handle(UINT msg, WPARAM wp, LPARAM lp) {
     case WM_COMMAND: {
       int id = LOWORD(wp);
       int code = HIWORD(wp);
-      if (id == IDCANCEL && cancelId_ == 0) return 0;
+      if (id == IDCANCEL && cancelId_ == 0) {
+        if (Closable()) OnClose();
+        return 0;
+      }
       if (id == IDCANCEL) id = cancelId_;
       if (id == IDOK) {
         if (defaultId_ == 0) return 0;
@@ -208,8 +272,14 @@ LRESULT Form::Handle(UINT msg, WPARAM wp, LPARAM lp) {
     case DM_GETDEFID:
       return defaultId_ ? MAKELRESULT(defaultId_, DC_HASDEFID) : 0;
     case WM_CLOSE:
-      OnClose();
+      if (Closable()) OnClose();
       return 0;
+    case WM_SYSCOMMAND:
+      if ((wp & 0xFFF0) == SC_MINIMIZE && GetWindow(hwnd_, GW_OWNER)) {
+        ShowWindow(GetWindow(hwnd_, GW_OWNER), SW_MINIMIZE);
+        return 0;
+      }
+      break;
     case WM_TIMER:
       OnTimer(static_cast<UINT_PTR>(wp));
       return 0;
@@ -241,6 +311,7 @@ LRESULT Form::Handle(UINT msg, WPARAM wp, LPARAM lp) {
       auto* r = reinterpret_cast<RECT*>(lp);
       SetWindowPos(hwnd_, nullptr, r->left, r->top, r->right - r->left, r->bottom - r->top,
                    SWP_NOZORDER | SWP_NOACTIVATE);
+      if (static_cast<int>(HIWORD(wp)) != dpi_) Relayout(HIWORD(wp));
       return 0;
     }
     default:

@@ -38,17 +38,26 @@ class Form {
   Form(const Form&) = delete;
   Form& operator=(const Form&) = delete;
 
-  // Creates the (hidden) window and runs OnLoad.
-  bool Create(HWND owner, bool withSideBar);
+  // Creates the (hidden) window and runs OnLoad. A page has the side bar and
+  // a minimise box; a dialog has neither.
+  // `dpi` is the scale of the monitor where the window will stand.
+  bool Create(HWND owner, bool isPage, int dpi);
   void Destroy();
   HWND Hwnd() const { return hwnd_; }
   // The form's class name without the common prefix ("frmPath").
   const wchar_t* ClassName() const { return className_; }
 
-  // Enter presses this button; Escape and the close box press the cancel
-  // button (0: Escape and the close box do nothing).
+  // Enter presses this button; Escape presses the cancel button, and
+  // without one does what the close box does.
   int DefaultButton() const { return defaultId_; }
   int CancelButton() const { return cancelId_; }
+  // Whether the close box is enabled: a page without a way to cancel has
+  // none, rather than one that silently does nothing.
+  virtual bool Closable() const { return cancelId_ != 0; }
+  // Progress of long work, for the progress pages.
+  virtual void OnProgress(int done, int total, const std::string& item) {}
+  // Focus on the default button, or on the first control that takes the tab key.
+  void EnsureFocus();
 
   static void RegisterClasses(HINSTANCE instance);
 
@@ -62,8 +71,10 @@ class Form {
   virtual SIZE DesignSize() const { return {Layout::kWidth, Layout::kHeight}; }
 
   int S(int v) const;  // scales a 96-dpi value to the window's dpi
+  // Texts from the package are shown as they stand; `accessKey` lets an "&"
+  // in our own fixed texts mark the access key of the control that follows.
   HWND Label(int id, const std::string& text, int x, int y, int w, int h, FontKind font = FontKind::Normal,
-             DWORD extraStyle = 0);
+             DWORD extraStyle = 0, bool accessKey = false);
   // A label as tall as its wrapped text needs; returns the y below it.
   int FlowLabel(int id, const std::string& text, int x, int y, int w, FontKind font = FontKind::Normal,
                 int gapAfter = 10);
@@ -75,6 +86,8 @@ class Form {
   // A frame of total height h, its caption (if any) in the top 18 units.
   HWND Frame(int id, const std::string& text, int x, int y, int w, int h);
   static constexpr int kFrameCaptionOffset = 10000;  // id of a frame's caption label
+  // Makes the client area `h` units tall (a dialog that fits its content).
+  void FitClientHeight(int h);
   // The etched separator above the button row (dLine dark, bLine light).
   void SeparatorLines(int y, int x0, int x1);
   // Height in 96-dpi units that `text` needs when wrapped to `w`.
@@ -99,8 +112,13 @@ class Form {
   static LRESULT CALLBACK WndProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
   LRESULT Handle(UINT msg, WPARAM wp, LPARAM lp);
   HFONT FontFor(FontKind kind) const;
+  void CreateControls();
+  // Lays the page out again at another dpi, keeping what the user typed and
+  // chose.
+  void Relayout(int dpi);
 
   const wchar_t* className_;
+  bool isPage_ = true;
   int dpi_ = 96;
 };
 

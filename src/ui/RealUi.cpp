@@ -11,6 +11,7 @@
 #include "ui/ControlIds.h"
 #include "ui/Form.h"
 #include "ui/Pages.h"
+#include "ui/Theme.h"
 #include "ui/frmConflict.h"
 #include "ui/frmEmpty.h"
 
@@ -33,9 +34,9 @@ LRESULT CALLBACK GermanButtonsHook(int code, WPARAM wp, LPARAM lp) {
       static const struct {
         int id;
         const wchar_t* text;
-      } labels[] = {{IDOK, L"OK"},          {IDCANCEL, L"Abbrechen"},  {IDABORT, L"Abbrechen"},
-                    {IDRETRY, L"Wiederholen"}, {IDIGNORE, L"Ignorieren"}, {IDYES, L"Ja"},
-                    {IDNO, L"Nein"}};
+      } labels[] = {{IDOK, L"OK"},           {IDCANCEL, L"&Abbrechen"},  {IDABORT, L"&Abbrechen"},
+                    {IDRETRY, L"&Wiederholen"}, {IDIGNORE, L"&Ignorieren"}, {IDYES, L"&Ja"},
+                    {IDNO, L"&Nein"}};
       for (const auto& l : labels) {
         if (HWND b = GetDlgItem(box, l.id)) SetWindowTextW(b, l.text);
       }
@@ -46,6 +47,24 @@ LRESULT CALLBACK GermanButtonsHook(int code, WPARAM wp, LPARAM lp) {
     }
   }
   return CallNextHookEx(t_hook, code, wp, lp);
+}
+
+constexpr wchar_t kAppWindowClass[] = KV_FORM_CLASS_PREFIX L"Wizard";
+
+LRESULT CALLBACK AppWindowProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  // Whoever activates or closes the taskbar entry means the page on top (or
+  // the dialog over it).
+  HWND top = GetLastActivePopup(hwnd);
+  switch (msg) {
+    case WM_ACTIVATE:
+      if (LOWORD(wp) != WA_INACTIVE && top != hwnd && IsWindowVisible(top)) SetForegroundWindow(top);
+      return 0;
+    case WM_CLOSE:
+      if (top != hwnd) PostMessageW(top, WM_CLOSE, 0, 0);
+      return 0;
+    default:
+      return DefWindowProcW(hwnd, msg, wp, lp);
+  }
 }
 
 }  // namespace
@@ -61,12 +80,37 @@ int GermanMessageBox(HWND owner, const std::string& text, const std::string& tit
   return r;
 }
 
-RealUi::RealUi(HINSTANCE instance) : instance_(instance) { Form::RegisterClasses(instance); }
+RealUi::RealUi(HINSTANCE instance) : instance_(instance) {
+  Form::RegisterClasses(instance);
+  WNDCLASSEXW wc{};
+  wc.cbSize = sizeof wc;
+  if (!GetClassInfoExW(instance, kAppWindowClass, &wc)) {
+    wc.lpfnWndProc = AppWindowProc;
+    wc.hInstance = instance;
+    wc.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(1));
+    wc.lpszClassName = kAppWindowClass;
+    RegisterClassExW(&wc);
+  }
+}
 
 RealUi::~RealUi() {
   unloaded_.clear();
   current_.reset();
   empty_.reset();
+  if (appWindow_) DestroyWindow(appWindow_);
+}
+
+int RealUi::DpiFor(const RECT& where) const {
+  return fixedDpi ? fixedDpi : DpiAt({(where.left + where.right) / 2, (where.top + where.bottom) / 2});
+}
+
+void RealUi::EnsureAppWindow(const RECT& pageRect) {
+  if (appWindow_) return;
+  // No size of its own: it exists for the taskbar and stands where the pages are.
+  appWindow_ = CreateWindowExW(WS_EX_APPWINDOW, kAppWindowClass, L"", WS_POPUP | WS_SYSMENU | WS_MINIMIZEBOX,
+                               (pageRect.left + pageRect.right) / 2, (pageRect.top + pageRect.bottom) / 2, 0, 0,
+                               nullptr, nullptr, instance_, nullptr);
+  if (appWindow_) ShowWindow(appWindow_, SW_SHOWNA);
 }
 
 HWND RealUi::CurrentWindow() const { return current_ ? current_->Hwnd() : nullptr; }
@@ -76,10 +120,8 @@ MsgResult RealUi::MsgBox(const MessageBoxRequest& request) {
   if (request.defaultButton == 2) flags |= MB_DEFBUTTON2;
   if (request.defaultButton == 3) flags |= MB_DEFBUTTON3;
   HWND owner = CurrentWindow();
-  if (!owner || !IsWindowVisible(owner)) {
-    owner = nullptr;
-    flags |= MB_TASKMODAL;
-  }
+  if (!owner || !IsWindowVisible(owner)) owner = appWindow_ && IsWindowVisible(appWindow_) ? appWindow_ : nullptr;
+  if (!owner) flags |= MB_TASKMODAL;
   // The arrow while the user reads; whatever was set before afterwards.
   MousePointer before = pointer_;
   SetMousePointer(MousePointer::Arrow);
@@ -95,7 +137,9 @@ ConflictAnswer RealUi::AskConflict(const ConflictQuestion& question) {
   if (!session_) return ConflictAnswer::Cancel;
   HWND owner = CurrentWindow();
   frmConflict dialog(*this, *session_, question);
-  if (!dialog.Create(owner, false)) return ConflictAnswer::Cancel;
+  RECT ownerRect{};
+  if (owner) GetWindowRect(owner, &ownerRect);
+  if (!dialog.Create(owner, false, DpiFor(ownerRect))) return ConflictAnswer::Cancel;
   MousePointer before = pointer_;
   SetMousePointer(MousePointer::Arrow);
   ++modalDepth_;
@@ -110,6 +154,7 @@ ConflictAnswer RealUi::AskConflict(const ConflictQuestion& question) {
   if (owner) EnableWindow(owner, FALSE);
   ShowWindow(dialog.Hwnd(), SW_SHOW);
   SetForegroundWindow(dialog.Hwnd());
+  dialog.EnsureFocus();
   while (!dialog.Done()) {
     MSG msg;
     if (GetMessageW(&msg, nullptr, 0, 0) <= 0) {
@@ -159,7 +204,14 @@ void RealUi::ApplyIcon(HWND hwnd) {
 
 void RealUi::ShowPage(PageId page, const std::string& caption) {
   std::unique_ptr<Form> form = CreatePage(page);
-  if (!form || !form->Create(nullptr, true)) return EndWithoutPage(caption);
+  if (!form) return EndWithoutPage(caption);
+  // Made for the monitor where it will stand: over the page it replaces, or
+  // in the middle of the primary screen.
+  RECT where{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+  if (HWND prev = CurrentWindow()) GetWindowRect(prev, &where);
+  else if (havePageRect_) where = lastPageRect_;
+  EnsureAppWindow(where);
+  if (!form->Create(appWindow_, true, DpiFor(where))) return EndWithoutPage(caption);
   HWND h = form->Hwnd();
   RECT r;
   GetWindowRect(h, &r);
@@ -184,6 +236,13 @@ void RealUi::ShowPage(PageId page, const std::string& caption) {
   if (current_) UnloadPage();
   SetWindowTextW(h, Widen(caption).c_str());
   ApplyIcon(h);
+  if (appWindow_) {
+    SetWindowTextW(appWindow_, Widen(caption).c_str());
+    const auto icon = static_cast<LPARAM>(session_ ? session_->WindowIcon : 0);
+    SendMessageW(appWindow_, WM_SETICON, ICON_BIG, icon);
+    SendMessageW(appWindow_, WM_SETICON, ICON_SMALL, icon);
+    if (!IsWindowVisible(appWindow_)) ShowWindow(appWindow_, SW_SHOWNA);
+  }
   // A page that waits for the user shows the normal pointer, whatever the
   // long work before it left behind.
   if (page != PageId::Installing && page != PageId::Uninstall) SetMousePointer(MousePointer::Default);
@@ -192,8 +251,14 @@ void RealUi::ShowPage(PageId page, const std::string& caption) {
   ShowWindow(h, SW_SHOW);
   SetForegroundWindow(h);
   UpdateWindow(h);
-  // Focus on the default button, so that Enter goes on at once.
-  if (int def = current_->DefaultButton()) SetFocus(GetDlgItem(h, def));
+  current_->EnsureFocus();
+}
+
+void RealUi::ReportProgress(int done, int total, const std::string& item) {
+  if (!current_) return;
+  current_->OnProgress(done, total, item);
+  // The uninstallation does not pump between files: draw now.
+  UpdateWindow(current_->Hwnd());
 }
 
 // A page that cannot be made would leave the user waiting for a window that
@@ -228,7 +293,11 @@ void RealUi::LoadEmptyForm() {
   if (!empty_) empty_ = std::make_unique<frmEmpty>();
 }
 
-void RealUi::UnloadEmptyForm() { empty_.reset(); }
+void RealUi::UnloadEmptyForm() {
+  empty_.reset();
+  // The wizard is over: its taskbar entry goes with it.
+  if (appWindow_) ShowWindow(appWindow_, SW_HIDE);
+}
 
 bool RealUi::PumpOne(bool wait) {
   MSG msg;

@@ -4,6 +4,7 @@
 // the message pump. One instance per process, on the one UI thread.
 #include <windows.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,7 +13,10 @@
 
 namespace kv {
 struct Session;
+namespace modTools {
+class RestartApi;
 }
+}  // namespace kv
 
 namespace kv::ui {
 
@@ -34,6 +38,7 @@ class RealUi : public UserInteraction {
   void UnloadPage() override;
   void LoadEmptyForm() override;
   void UnloadEmptyForm() override;
+  void ReportProgress(int done, int total, const std::string& item) override;
   void DoEvents() override;
   void WaitForEvents(double seconds) override;
   void SetMousePointer(MousePointer pointer) override;
@@ -46,6 +51,16 @@ class RealUi : public UserInteraction {
 
   frmEmpty* EmptyForm() const { return empty_.get(); }
   HWND CurrentWindow() const;
+  // The wizard's one taskbar window: it owns every page, carries the caption
+  // and icon, and hands activation on to the page on top.
+  HWND AppWindow() const { return appWindow_; }
+
+  // The finish page's two ways out of the wizard. Tests put stand-ins here so
+  // that nothing restarts or starts on the machine they run on.
+  modTools::RestartApi* restartApi = nullptr;            // nullptr: the system's
+  std::function<bool(const std::string&)> startProgram;  // empty: the system's
+  // The scale new windows are made for; 0: the monitor's where they appear.
+  int fixedDpi = 0;
   PageId CurrentPageId() const { return currentId_; }
 
  private:
@@ -53,6 +68,8 @@ class RealUi : public UserInteraction {
   bool PumpOne(bool wait);
   void ApplyIcon(HWND hwnd);
   void EndWithoutPage(const std::string& caption);
+  void EnsureAppWindow(const RECT& pageRect);
+  int DpiFor(const RECT& where) const;
 
   HINSTANCE instance_;
   Session* session_ = nullptr;
@@ -62,6 +79,7 @@ class RealUi : public UserInteraction {
   // freed when the message loop is back at the top.
   std::vector<std::unique_ptr<Form>> unloaded_;
   std::unique_ptr<frmEmpty> empty_;
+  HWND appWindow_ = nullptr;
   RECT lastPageRect_{};
   bool havePageRect_ = false;
   MousePointer pointer_ = MousePointer::Default;

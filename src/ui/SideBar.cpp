@@ -1,11 +1,24 @@
 #include "ui/SideBar.h"
 
+#include <string>
+
 #include "ui/ControlIds.h"
 #include "ui/MixBlt.h"
 #include "ui/frmEmpty.h"
 
 namespace kv::ui {
 namespace {
+
+// The page the bar stands on tells the phase.
+Emblem EmblemOf(HWND page) {
+  wchar_t cls[64] = {};
+  GetClassNameW(page, cls, 64);
+  const std::wstring name(cls);
+  if (name == KV_FORM_CLASS_PREFIX L"frmInstalling") return Emblem::Installing;
+  if (name == KV_FORM_CLASS_PREFIX L"frmUninstall") return Emblem::Removing;
+  if (name == KV_FORM_CLASS_PREFIX L"frmFinished") return Emblem::Done;
+  return Emblem::Ask;
+}
 
 LRESULT CALLBACK SideBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
@@ -28,7 +41,7 @@ LRESULT CALLBACK SideBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
         int x = (rc.right - rc.left - size) / 2;
         int y = rc.bottom - size - (rc.right - rc.left) / 6;
         RECT er{x, y, x + size, y + size};
-        modMixBlt::BlendPicture(dc, pictures->Picture2(), er, 200);
+        modMixBlt::BlendPicture(dc, pictures->Picture2(EmblemOf(GetParent(hwnd))), er, 200);
       } else {
         FillRect(dc, &rc, GetSysColorBrush(COLOR_ACTIVECAPTION));
       }

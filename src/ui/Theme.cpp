@@ -45,9 +45,18 @@ HFONT MakeFont(int dpi, int points, bool bold) {
 
 }  // namespace
 
-int CurrentDpi() {
-  // GetDpiForSystem exists from Windows 10 on; older systems report the
-  // screen's logical dpi.
+int DpiAt(POINT where) {
+  // GetDpiForMonitor exists from Windows 8.1 on, GetDpiForSystem from 10 on;
+  // older systems report the screen's logical dpi.
+  using MonitorFn = HRESULT(WINAPI*)(HMONITOR, int, UINT*, UINT*);
+  static MonitorFn monitorFn = [] {
+    HMODULE shcore = LoadLibraryW(L"shcore.dll");
+    return shcore ? reinterpret_cast<MonitorFn>(reinterpret_cast<void*>(GetProcAddress(shcore, "GetDpiForMonitor")))
+                  : nullptr;
+  }();
+  UINT x = 0, y = 0;
+  if (monitorFn && SUCCEEDED(monitorFn(MonitorFromPoint(where, MONITOR_DEFAULTTOPRIMARY), 0, &x, &y)) && y >= 72)
+    return static_cast<int>(y);
   using Fn = UINT(WINAPI*)();
   static Fn fn = reinterpret_cast<Fn>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForSystem")));

@@ -6,9 +6,10 @@
 
 namespace kv::ui {
 
-// Dots per inch for new windows (the primary monitor's; per-monitor changes
-// move windows but the fixed page layout is not re-flowed).
-int CurrentDpi();
+// Dots per inch of the monitor that holds `where` (the system's where the
+// system knows no per-monitor scale). A page moved to a monitor of another
+// scale lays itself out again at that monitor's dpi.
+int DpiAt(POINT where);
 
 // The system's message font family: Segoe UI where installed, else Tahoma,
 // else whatever the system reports for message boxes.

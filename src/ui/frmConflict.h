@@ -17,7 +17,8 @@ class frmConflict : public Form {
  protected:
   void OnLoad() override;
   void OnCommand(int id, int code) override;
-  SIZE DesignSize() const override { return {520, 400}; }
+  static constexpr int kWidth = 520;
+  SIZE DesignSize() const override { return {kWidth, 400}; }
 
  private:
   void Finish(ConflictAnswer answer);

@@ -26,16 +26,19 @@ std::string ToEditLineBreaks(const std::string& text) {
 
 void frmEULA::OnLoad() {
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
-  int y = FlowLabel(ids::frmEULA_Label1, "Endbenutzer-Lizenzvertrag (EULA)", x, 18, w, FontKind::Title, 10);
+  const std::string title = "Endbenutzer-&Lizenzvertrag (EULA)";
+  const int titleH = MeasureText(title, w, FontKind::Title);
+  Label(ids::frmEULA_Label1, title, x, 18, w, titleH, FontKind::Title, 0, true);
+  const int y = 18 + titleH + 10;
   const int boxBottom = Layout::kLineY - 54;
   Edit(ids::frmEULA_txtEULA, ToEditLineBreaks(frmEULA_Form_Load(session_)), x, y, w, boxBottom - y,
        ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL, FontKind::Small);
   FlowLabel(ids::frmEULA_Label2, "Stimmen Sie diesem Vertrag und allen darin genannten Bedingungen zu?", x,
             boxBottom + 10, w, FontKind::Bold);
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
-  Button(ids::frmEULA_cmdYes, "Ja", Layout::kRight - 2 * Layout::kButtonW - 8, Layout::kButtonY, Layout::kButtonW,
+  Button(ids::frmEULA_cmdYes, "&Ja", Layout::kRight - 2 * Layout::kButtonW - 8, Layout::kButtonY, Layout::kButtonW,
          Layout::kButtonH, true);
-  Button(ids::frmEULA_cmdNo, "Nein", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
+  Button(ids::frmEULA_cmdNo, "&Nein", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
          Layout::kButtonH);
   cancelId_ = ids::frmEULA_cmdNo;
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "ui/Theme.h"
+
 namespace kv::ui {
 namespace {
 
@@ -54,7 +56,8 @@ HBITMAP DrawGradient() {
   lf.lfHeight = -20;
   lf.lfWeight = FW_BOLD;
   lf.lfCharSet = DEFAULT_CHARSET;
-  wcscpy(lf.lfFaceName, L"Tahoma");
+  // The body text's typeface, so that the bar and the page read alike.
+  wcsncpy(lf.lfFaceName, MessageFontFace().c_str(), LF_FACESIZE - 1);
   HFONT font = CreateFontIndirectW(&lf);
   HGDIOBJ oldFont = SelectObject(dc, font);
   SetBkMode(dc, TRANSPARENT);
@@ -73,9 +76,9 @@ HBITMAP DrawGradient() {
   return bmp;
 }
 
-// A soft white ring with a check mark, drawn pixel by pixel with
+// A soft white ring with the phase's mark, drawn pixel by pixel with
 // premultiplied alpha so that AlphaBlend lays it over the gradient.
-HBITMAP DrawEmblem() {
+HBITMAP DrawEmblem(Emblem kind) {
   HDC screen = GetDC(nullptr);
   uint32_t* bits = nullptr;
   const int n = frmEmpty::kEmblemSize;
@@ -93,8 +96,25 @@ HBITMAP DrawEmblem() {
       double r = std::hypot(x - c, y - c);
       double a = 0;
       if (r <= outer) a = r >= inner ? 0.95 : 0.25;  // ring, translucent disc
-      double d = std::min(segDist(x, y, n * 0.28, n * 0.52, n * 0.44, n * 0.68),
-                          segDist(x, y, n * 0.44, n * 0.68, n * 0.74, n * 0.34));
+      // The mark: strokes in units of the emblem's size.
+      auto seg = [&](double ax, double ay, double bx, double by) {
+        return segDist(x, y, n * ax, n * ay, n * bx, n * by);
+      };
+      double d = 1e9;
+      switch (kind) {
+        case Emblem::Ask:
+          d = std::min({seg(0.26, 0.5, 0.72, 0.5), seg(0.54, 0.32, 0.72, 0.5), seg(0.54, 0.68, 0.72, 0.5)});
+          break;
+        case Emblem::Installing:
+          d = std::min({seg(0.5, 0.24, 0.5, 0.7), seg(0.32, 0.52, 0.5, 0.7), seg(0.68, 0.52, 0.5, 0.7)});
+          break;
+        case Emblem::Done:
+          d = std::min(seg(0.28, 0.52, 0.44, 0.68), seg(0.44, 0.68, 0.74, 0.34));
+          break;
+        case Emblem::Removing:
+          d = seg(0.28, 0.5, 0.72, 0.5);
+          break;
+      }
       if (d < n * 0.05) a = 1.0;
       // One pixel of soft edge.
       if (r > outer && r < outer + 1) a = std::max(a, 0.95 * (outer + 1 - r));
@@ -107,11 +127,15 @@ HBITMAP DrawEmblem() {
 
 }  // namespace
 
-frmEmpty::frmEmpty() : gradient_(DrawGradient()), emblem_(DrawEmblem()) {}
+frmEmpty::frmEmpty()
+    : gradient_(DrawGradient()),
+      emblems_{DrawEmblem(Emblem::Ask), DrawEmblem(Emblem::Installing), DrawEmblem(Emblem::Done),
+               DrawEmblem(Emblem::Removing)} {}
 
 frmEmpty::~frmEmpty() {
   if (gradient_) DeleteObject(gradient_);
-  if (emblem_) DeleteObject(emblem_);
+  for (HBITMAP e : emblems_)
+    if (e) DeleteObject(e);
 }
 
 }  // namespace kv::ui

@@ -5,6 +5,7 @@
 #include "ui/ControlIds.h"
 #include "pages/frmFinished.h"
 #include "ui/Pages.h"
+#include "ui/RealUi.h"
 
 namespace kv::ui {
 
@@ -17,10 +18,10 @@ void frmFinished::Init(bool uninstallMode) {
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
   int y = FlowLabel(ids::frmFinished_lblTitle, s.lblTitle, x, 18, w, FontKind::Title, 12);
   y = FlowLabel(ids::frmFinished_lblWelcome, s.lblWelcome, x, y, w, FontKind::Normal, 12);
-  Option(ids::frmFinished_optRestart, "Ja, Computer jetzt neu starten", x, y, w, 20, true);
-  Option(ids::frmFinished_optSelf, "Nein, ich möchte den Computer selbst neu starten", x, y + 22, w, 20, false);
+  Option(ids::frmFinished_optRestart, "&Ja, Computer jetzt neu starten", x, y, w, 20, true);
+  Option(ids::frmFinished_optSelf, "&Nein, ich möchte den Computer selbst neu starten", x, y + 22, w, 20, false);
   SetChecked(ids::frmFinished_optRestart, true);
-  CheckBox(ids::frmFinished_chkStartProg, "Programm jetzt starten", x, y, w, 20);
+  CheckBox(ids::frmFinished_chkStartProg, "&Programm jetzt starten", x, y, w, 20);
   Show(ids::frmFinished_optRestart, s.showRestart);
   Show(ids::frmFinished_optSelf, s.showRestart);
   Show(ids::frmFinished_chkStartProg, s.showStartProg);
@@ -28,9 +29,8 @@ void frmFinished::Init(bool uninstallMode) {
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
   // The maker's web address is left out on purpose: the texts say
   // "Homepage" without naming one.
-  Button(ids::frmFinished_cmdNext, "Schließen", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
-         Layout::kButtonH, true);
-  cancelId_ = ids::frmFinished_cmdNext;  // the close box closes, too
+  Button(ids::frmFinished_cmdNext, "&Schließen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
+         Layout::kButtonW, Layout::kButtonH, true);
 }
 
 void frmFinished::OnCommand(int id, int code) {
@@ -41,9 +41,21 @@ void frmFinished::cmdNext_Click() {
   FinishedChoice c;
   c.restartSelected = Checked(ids::frmFinished_optRestart);
   c.startProgram = IsWindowVisible(Item(ids::frmFinished_chkStartProg)) && Checked(ids::frmFinished_chkStartProg);
-  frmFinished_cmdNext_Click(session_, c, modTools::SystemRestartApi(), [](const std::string& commandLine) {
-    return modTools::StartCommandLine(commandLine, modTools::kShowNormalFocus);
-  });
+  Leave(c);
+}
+
+// As if the user had chosen to restart later and not to start the program.
+void frmFinished::OnClose() { Leave(FinishedChoice{}); }
+
+void frmFinished::Leave(const FinishedChoice& choice) {
+  modTools::RestartApi& restart = ui_.restartApi ? *ui_.restartApi : modTools::SystemRestartApi();
+  ProgramStarter start = ui_.startProgram;
+  if (!start) {
+    start = [](const std::string& commandLine) {
+      return modTools::StartCommandLine(commandLine, modTools::kShowNormalFocus);
+    };
+  }
+  frmFinished_cmdNext_Click(session_, choice, restart, start);
 }
 
 }  // namespace kv::ui

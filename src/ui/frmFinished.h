@@ -1,4 +1,5 @@
 #pragma once
+#include "pages/frmFinished.h"
 #include "ui/Form.h"
 
 namespace kv::ui {
@@ -11,10 +12,15 @@ class frmFinished : public Form {
  protected:
   void OnLoad() override;
   void OnCommand(int id, int code) override;
+  // The close box and Escape end the wizard, but never restart the computer
+  // or start the program: only "Schließen" acts on those choices.
+  bool Closable() const override { return true; }
+  void OnClose() override;
 
  private:
   void Init(bool uninstallMode);
   void cmdNext_Click();
+  void Leave(const pages::FinishedChoice& choice);
 };
 
 }  // namespace kv::ui

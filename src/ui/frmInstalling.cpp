@@ -11,10 +11,16 @@ namespace kv::ui {
 using namespace pages;  // this window's page logic
 
 void frmInstalling::OnLoad() {
-  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
-  int h = MeasureText(kInstallingText, w, FontKind::Bold);
-  Label(ids::frmInstalling_lblText, kInstallingText, x, (Layout::kHeight - h) / 2, w, h, FontKind::Bold, SS_CENTER);
-  SetTimer(hwnd_, tmrStart, kInterval, nullptr);
+  const int w = Layout::kRight - Layout::kLeft;
+  const int h = MeasureText(kInstallingText, w, FontKind::Bold);
+  // Text, bar and file line together stand in the middle of the page.
+  ProgressRows(ids::frmInstalling_lblText, kInstallingText, (Layout::kHeight - h) / 2 - 28, h);
+  SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
+  Button(ids::frmInstalling_cmdCancel, "&Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
+         Layout::kButtonW, Layout::kButtonH, true);
+  cancelId_ = ids::frmInstalling_cmdCancel;
+  // Laid out again on another monitor while running: no second start.
+  if (!running_) SetTimer(hwnd_, tmrStart, kInterval, nullptr);
   ui_.SetMousePointer(MousePointer::Hourglass);
 }
 
@@ -27,6 +33,10 @@ void frmInstalling::tmrStart_Timer() {
   if (running_) return;
   running_ = true;
   frmInstalling_tmrStart_Timer(session_);
+}
+
+void frmInstalling::OnCommand(int id, int code) {
+  if (code == BN_CLICKED && id == ids::frmInstalling_cmdCancel) OnClose();
 }
 
 void frmInstalling::OnClose() {

@@ -20,12 +20,12 @@ void frmOtherInstalled::OnLoad() {
     const char* text;
   };
   const Row rows[] = {
-      {ids::frmOtherInstalled_Command1, ids::frmOtherInstalled_Label2, "Aktualisieren",
+      {ids::frmOtherInstalled_Command1, ids::frmOtherInstalled_Label2, "A&ktualisieren",
        "Die ältere Version auf die neue Version updaten (empfohlen)."},
-      {ids::frmOtherInstalled_Command2, ids::frmOtherInstalled_Label3, "Ersetzen",
+      {ids::frmOtherInstalled_Command2, ids::frmOtherInstalled_Label3, "&Ersetzen",
        "Die bisherige Version deinstallieren und dann diese Version installieren (Ihre Einstellungen gehen dabei "
        "verloren)"},
-      {ids::frmOtherInstalled_Command3, ids::frmOtherInstalled_Label4, "Parallel installieren",
+      {ids::frmOtherInstalled_Command3, ids::frmOtherInstalled_Label4, "&Parallel installieren",
        "Die bisherige Version installiert lassen und diese Version parallel dazu installieren (nicht empfohlen - kann "
        "unvorhersehbare Folgen haben!)"},
   };
@@ -37,13 +37,14 @@ void frmOtherInstalled::OnLoad() {
     Label(r.label, r.text, lx, y + 4, lw, h);
     Show(r.button, visible);
     Show(r.label, visible);
-    // A hidden update row leaves its place empty: the other rows keep their
-    // positions, as designed.
-    y += std::max(h + 4, Layout::kButtonH) + 14;
+    // The hidden update row takes no room: the remaining rows move up.
+    if (visible) y += std::max(h + 4, Layout::kButtonH) + 14;
   }
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
-  Button(ids::frmOtherInstalled_Command5, "Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
-         Layout::kButtonW, Layout::kButtonH);
+  // Without the update, Enter cancels: neither removing the newer version nor
+  // installing beside it should happen by a stray key.
+  Button(ids::frmOtherInstalled_Command5, "&Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY,
+         Layout::kButtonW, Layout::kButtonH, !s.offerUpdate);
   cancelId_ = ids::frmOtherInstalled_Command5;
 }
 

@@ -1,5 +1,6 @@
 #include "ui/frmPath.h"
 
+#include "startup/WizardFlow.h"
 #include "ui/ControlIds.h"
 #include "pages/frmPath.h"
 
@@ -11,9 +12,9 @@ void frmPath::OnLoad() {
   const PathPageSetup s = frmPath_Form_Load(session_);
   const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
   int y = FlowLabel(ids::frmPath_lblText, s.lblText, x, 24, w, FontKind::Normal, 16);
-  Frame(ids::frmPath_Frame1, "Installationspfad", x, y, w, 66);
+  Frame(ids::frmPath_Frame1, "Installations&pfad", x, y, w, 66);
   Edit(ids::frmPath_txtPath, s.txtPath, x + 12, y + 31, w - 24 - 100, 23, ES_AUTOHSCROLL | (s.locked ? ES_READONLY : 0));
-  Button(ids::frmPath_cmdChoose, "Auswählen...", x + w - 12 - 92, y + 30, 92, 25);
+  Button(ids::frmPath_cmdChoose, "Aus&wählen...", x + w - 12 - 92, y + 30, 92, 25);
   Enable(ids::frmPath_cmdChoose, !s.locked);
   y += 66 + 22;
   const int labelW = w - Layout::kButtonW - 12;
@@ -22,10 +23,10 @@ void frmPath::OnLoad() {
   Label(ids::frmPath_Label1,
         "Um das Programm und all seine Komponenten jetzt zu installieren, klicken Sie bitte auf diese Schaltfläche:", x,
         y, labelW, h);
-  Button(ids::frmPath_Command1, "Installieren", Layout::kRight - Layout::kButtonW, y + (h - Layout::kButtonH) / 2,
+  Button(ids::frmPath_Command1, "&Installieren", Layout::kRight - Layout::kButtonW, y + (h - Layout::kButtonH) / 2,
          Layout::kButtonW, Layout::kButtonH, true);
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
-  Button(ids::frmPath_Command5, "Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
+  Button(ids::frmPath_Command5, "&Abbrechen", Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
          Layout::kButtonH);
   cancelId_ = ids::frmPath_Command5;
 }
@@ -50,5 +51,7 @@ void frmPath::Command1_Click() {
 }
 
 void frmPath::Command5_Click() { frmPath_Command5_Click(session_); }
+
+void frmPath::OnClose() { modSetup::CancelSetup(session_); }
 
 }  // namespace kv::ui

@@ -11,6 +11,9 @@ class frmPath : public Form {
  protected:
   void OnLoad() override;
   void OnCommand(int id, int code) override;
+  // "Abbrechen" of a maintenance run goes back to the maintenance page; the
+  // close box always ends the wizard, as it does on every other page.
+  void OnClose() override;
 
  private:
   void cmdChoose_Click();

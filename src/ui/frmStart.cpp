@@ -14,9 +14,10 @@ void frmStart::OnLoad() {
   y = FlowLabel(ids::frmStart_lblContinue, t.cont, x, y, w);
   FlowLabel(ids::frmStart_lblNote, t.note, x, y + 6, w);
   SeparatorLines(Layout::kLineY, Layout::kLeft, Layout::kRight);
-  Button(ids::frmStart_cmdNext, t.next, Layout::kRight - 2 * Layout::kButtonW - 8, Layout::kButtonY,
+  // The access keys: W(eiter), A(bbrechen).
+  Button(ids::frmStart_cmdNext, "&" + t.next, Layout::kRight - 2 * Layout::kButtonW - 8, Layout::kButtonY,
          Layout::kButtonW, Layout::kButtonH, true);
-  Button(ids::frmStart_cmdCancel, t.cancel, Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
+  Button(ids::frmStart_cmdCancel, "&" + t.cancel, Layout::kRight - Layout::kButtonW, Layout::kButtonY, Layout::kButtonW,
          Layout::kButtonH);
   cancelId_ = ids::frmStart_cmdCancel;
 }

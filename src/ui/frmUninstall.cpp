@@ -16,10 +16,9 @@ void frmUninstall::OnLoad() {
 
 void frmUninstall::Init(const std::string& displayName) {
   const std::string text = pages::frmUninstall_PleaseText(session_, displayName);
-  const int x = Layout::kLeft, w = Layout::kRight - Layout::kLeft;
+  const int w = Layout::kRight - Layout::kLeft;
   const int h = MeasureText(text, w, FontKind::Bold);
-  Label(ids::frmUninstall_lblPlease, text, x, pages::frmUninstall_LabelTop(Layout::kHeight, h), w, h,
-        FontKind::Bold, SS_CENTER);
+  ProgressRows(ids::frmUninstall_lblPlease, text, pages::frmUninstall_LabelTop(Layout::kHeight, h), h);
 }
 
 }  // namespace kv::ui

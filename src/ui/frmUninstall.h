@@ -1,16 +1,16 @@
 #pragma once
-#include "ui/Form.h"
+#include "ui/ProgressPage.h"
 
 namespace kv::ui {
 
 // The page on screen while a package is removed; no buttons.
-class frmUninstall : public Form {
+// The removal cannot be interrupted: no cancel, and the close box is disabled.
+class frmUninstall : public ProgressPage {
  public:
-  frmUninstall(RealUi& ui, Session& session) : Form(ui, session, L"frmUninstall") {}
+  frmUninstall(RealUi& ui, Session& session) : ProgressPage(ui, session, L"frmUninstall") {}
 
  protected:
   void OnLoad() override;
-  void OnClose() override {}  // the removal cannot be interrupted
 
  private:
   void Init(const std::string& displayName);

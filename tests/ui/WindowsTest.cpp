@@ -8,7 +8,12 @@
 #include <memory>
 #include <vector>
 
+#include <commctrl.h>
+
+#include <set>
+
 #include "package/CPackage.h"
+#include "platform/SystemRestart.h"
 #include "platform/WinString.h"
 #include "session/Session.h"
 #include "support/RegistryGuard.h"
@@ -26,6 +31,9 @@ std::string TextOf(HWND h) {
   GetWindowTextW(h, buf, 4096);
   return win::Narrow(buf);
 }
+
+// The text as it reads on screen: access-key marks gone.
+std::string Plain(std::string t) { return std::erase(t, '&'), t; }
 
 bool IsClass(HWND h, const wchar_t* name) {
   wchar_t cls[64] = {};
@@ -103,6 +111,45 @@ class PageWindows : public ::testing::Test {
       }
   }
 
+  // Keyboard: every button has an access key and none repeats on the page;
+  // a radio group ends where its option buttons end; a page with buttons has a
+  // default one, and the focus is on the page.
+  void ExpectKeyboard(HWND page) {
+    std::set<wchar_t> keys;
+    bool anyButton = false;
+    bool inRadioGroup = false;
+    for (HWND c = GetWindow(page, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT)) {
+      const LONG style = GetWindowLongW(c, GWL_STYLE);
+      const bool radio = IsClass(c, L"Button") && (style & 0xF) == BS_AUTORADIOBUTTON;
+      if (style & WS_GROUP) inRadioGroup = radio;
+      else EXPECT_EQ(radio, inRadioGroup) << "group of " << GetDlgCtrlID(c) << " does not end with its options";
+      if (!IsWindowVisible(c)) continue;
+      const bool button = IsClass(c, L"Button");
+      const bool keyLabel = IsClass(c, L"Static") && !(style & SS_NOPREFIX) && (style & SS_TYPEMASK) <= SS_RIGHT;
+      if (!button && !keyLabel) continue;
+      anyButton = anyButton || button;
+      const std::wstring t = win::Widen(TextOf(c)) + L" ";
+      const size_t a = t.find(L'&');
+      EXPECT_TRUE(a != t.npos && keys.insert(towlower(t[a + 1])).second) << "no or a repeated key: " << TextOf(c);
+    }
+    if (!anyButton) return;
+    HWND d = GetDlgItem(page, LOWORD(SendMessageW(page, DM_GETDEFID, 0, 0)));
+    EXPECT_TRUE(d && IsWindowVisible(d) && IsWindowEnabled(d));
+    EXPECT_TRUE(GetFocus() && IsChild(page, GetFocus()));
+  }
+
+  // Top-level windows of this thread that the taskbar lists.
+  static std::vector<HWND> TaskbarWindows() {
+    std::vector<HWND> found;
+    EnumThreadWindows(GetCurrentThreadId(), [](HWND h, LPARAM lp) {
+      const LONG ex = GetWindowLongW(h, GWL_EXSTYLE);
+      if (IsWindowVisible(h) && ((ex & WS_EX_APPWINDOW) || (!GetWindow(h, GW_OWNER) && !(ex & WS_EX_TOOLWINDOW))))
+        reinterpret_cast<std::vector<HWND>*>(lp)->push_back(h);
+      return TRUE;
+    }, reinterpret_cast<LPARAM>(&found));
+    return found;
+  }
+
   test::ScratchFolder scratch;
   test::RegistryGuard registry;
   RealUi ui;
@@ -128,7 +175,13 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
       {PageId::Start, {{id::frmStart_lblTitle, "Herzlich willkommen bei Kivra Setup!"}}},
       {PageId::Path, {{id::frmPath_cmdChoose, "Auswählen..."}, {id::frmPath_txtPath, "C:\\Programme\\Kivra\\DemoWerkzeug"}}},
       {PageId::EULA, {{id::frmEULA_txtEULA, "§ 1 Geltungsbereich"}, {id::frmEULA_cmdNo, "Nein"}}},
-      {PageId::Installing, {{id::frmInstalling_lblText, "Die Dateien werden Installiert, bitte warten Sie..."}}},
+      {PageId::Installing, {{id::frmInstalling_lblText, "Die Dateien werden Installiert, bitte warten Sie..."},
+                            {id::frmInstalling_cmdCancel, "Abbrechen"}},
+       [&](HWND h) {
+         if (h && KillTimer(h, 1)) ui.ReportProgress(3, 8, "demo.exe");  // the run itself is not started
+         if (h) EXPECT_EQ(SendMessageW(GetDlgItem(h, id::progress_barProgress), PBM_GETPOS, 0, 0), 3);
+         if (h) EXPECT_EQ(TextOf(GetDlgItem(h, id::progress_lblFile)), "demo.exe");
+       }},
       {PageId::Links, {{id::frmLinks_lblWelcome, "beim Start von Windows"}}},
       {PageId::Finished, {{id::frmFinished_chkStartProg, "Programm jetzt starten"}}},
       {PageId::Maintenance, {{id::frmMaintenance_Command3, "Neu installieren"}}},
@@ -168,9 +221,11 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
        {}, {}, {id::frmPath_cmdChoose}},
   };
   session.OtherPackage = session.Package;
+  int n = 0;
   for (const Row& row : rows) {
     SCOPED_TRACE(static_cast<int>(row.page));
     if (row.setupAndCheck) row.setupAndCheck(nullptr);
+    ui.fixedDpi = n++ % 2 ? 144 : 0;  // every other page made for a monitor at 150 %
     HWND h = Show(row.page);
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(TextOf(h), "Kivra Setup: Demo Werkzeug für Ärzte");
@@ -178,12 +233,26 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
     for (const auto& [cid, text] : row.texts) {
       HWND c = GetDlgItem(h, cid);
       ASSERT_NE(c, nullptr) << cid;
-      EXPECT_NE(TextOf(c).find(text), std::string::npos) << cid << ": " << TextOf(c);
+      EXPECT_NE(Plain(TextOf(c)).find(text), std::string::npos) << cid << ": " << TextOf(c);
     }
     for (int c : row.shown) EXPECT_TRUE(IsWindowVisible(GetDlgItem(h, c)) && IsWindowEnabled(GetDlgItem(h, c))) << c;
     for (int c : row.hidden) EXPECT_FALSE(IsWindowVisible(GetDlgItem(h, c))) << c;
     for (int c : row.disabled) EXPECT_FALSE(IsWindowEnabled(GetDlgItem(h, c))) << c;
     if (row.setupAndCheck) row.setupAndCheck(h);
+    ExpectCleanLayout(h);
+    ExpectKeyboard(h);
+    // One taskbar entry for the whole wizard, and a close box only where
+    // the page can be left by cancelling or closing.
+    EXPECT_EQ(TaskbarWindows(), std::vector<HWND>{ui.AppWindow()});
+    const bool closable = row.page != PageId::Links && row.page != PageId::Uninstall;
+    EXPECT_EQ(!(GetMenuState(GetSystemMenu(h, FALSE), SC_CLOSE, MF_BYCOMMAND) & MF_GRAYED), closable);
+    // (Moved) to a monitor at 150 %: laid out at that scale, still clean.
+    RECT r;
+    GetWindowRect(h, &r);
+    RECT moved{r.left, r.top, r.left + (r.right - r.left) * 3 / 2, r.top + (r.bottom - r.top) * 3 / 2};
+    SendMessageW(h, WM_DPICHANGED, MAKEWPARAM(144, 144), reinterpret_cast<LPARAM>(&moved));
+    GetWindowRect(GetDlgItem(h, id::ctlSideBar1), &r);
+    EXPECT_EQ(r.right - r.left, 225);
     ExpectCleanLayout(h);
     ui.UnloadPage();
   }
@@ -230,6 +299,59 @@ TEST_F(PageWindows, EnterPressesTheDefaultButtonEscapeTheCancelButton) {
   EXPECT_EQ(ui.CurrentWindow(), nullptr);
 }
 
+// Records restart attempts (every one begins with the token) instead of restarting.
+struct NoRestart : modTools::RestartApi {
+  bool OpenProcessToken(HANDLE&) override { return ++calls, false; }
+  void LookupShutdownPrivilege(LUID&) override {}
+  bool AdjustTokenPrivileges(HANDLE, TOKEN_PRIVILEGES&) override { return false; }
+  bool ExitWindowsEx(UINT, DWORD) override { return ++calls, false; }
+  int calls = 0;
+};
+
+// The close box and Escape: never a restart or a program start on the finish
+// page, the wizard's end wherever the page can be cancelled, nothing where
+// it cannot.
+TEST_F(PageWindows, CloseBoxAndEscapeDoWhatThePageOffers) {
+  NoRestart restart;
+  std::vector<std::string> started;
+  ui.restartApi = &restart;
+  ui.startProgram = [&](const std::string& cmd) { return started.push_back(cmd), true; };
+  const struct {
+    PageId page;
+    bool restartRequired, newInstall;
+    UINT message;  // WM_CLOSE, or WM_COMMAND IDCANCEL as Escape sends it
+    PageId after;  // None: the wizard ended
+  } rows[] = {
+      {PageId::Finished, true, true, WM_CLOSE, PageId::None},
+      {PageId::Finished, true, true, WM_COMMAND, PageId::None},
+      {PageId::Finished, false, true, WM_CLOSE, PageId::None},  // "Programm jetzt starten" stays ticked
+      {PageId::Links, false, true, WM_CLOSE, PageId::Links},
+      {PageId::Links, false, true, WM_COMMAND, PageId::Links},
+      {PageId::Path, false, false, WM_CLOSE, PageId::None},  // maintenance run: ends, not back
+      {PageId::Path, false, false, WM_COMMAND, PageId::Maintenance},  // Escape presses "Abbrechen"
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(static_cast<int>(row.page) * 100 + static_cast<int>(row.message));
+    session.Cancelled = false;
+    session.RestartRequired = session.InstallationStarted = row.restartRequired;
+    session.IsNewInstall = row.newInstall;
+    ui.LoadEmptyForm();
+    HWND h = Show(row.page);
+    if (row.message == WM_CLOSE) SendMessageW(h, WM_CLOSE, 0, 0);
+    else SendMessageW(h, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+    ui.DoEvents();
+    EXPECT_EQ(ui.CurrentPageId(), row.after);
+    EXPECT_EQ(session.Cancelled, row.after == PageId::None);
+    ui.UnloadPage();
+  }
+  EXPECT_EQ(restart.calls, 0);
+  EXPECT_TRUE(started.empty());
+  // "Schließen" still acts on the choices.
+  session.RestartRequired = !(session.InstallationStarted = true);
+  SendMessageW(Show(PageId::Finished), WM_COMMAND, MAKEWPARAM(id::frmFinished_cmdNext, BN_CLICKED), 0);
+  EXPECT_EQ(started.size(), 1u);
+}
+
 // Waits for a visible modal window `find` returns, records the texts of the
 // controls `read` (0 = the window's own) and presses button `press`.
 struct Probe {
@@ -263,8 +385,8 @@ TEST(GermanMessageBox, ButtonsAreLabelledInGerman) {
     UINT flags;
     int press;
     Labels labels;
-  } rows[] = {{MB_YESNOCANCEL | MB_ICONQUESTION, IDNO, {{IDYES, "Ja"}, {IDNO, "Nein"}, {IDCANCEL, "Abbrechen"}}},
-              {MB_ABORTRETRYIGNORE, IDRETRY, {{IDABORT, "Abbrechen"}, {IDRETRY, "Wiederholen"}, {IDIGNORE, "Ignorieren"}}}};
+  } rows[] = {{MB_YESNOCANCEL | MB_ICONQUESTION, IDNO, {{IDYES, "&Ja"}, {IDNO, "&Nein"}, {IDCANCEL, "&Abbrechen"}}},
+              {MB_ABORTRETRYIGNORE, IDRETRY, {{IDABORT, "&Abbrechen"}, {IDRETRY, "&Wiederholen"}, {IDIGNORE, "&Ignorieren"}}}};
   for (const auto& row : rows) {
     Probe probe{FindMessageBox, {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO}, row.press};
     StartProbe(probe);

@@ -14,26 +14,22 @@
 //   check FORM ID 0|1            sets a check box or option button
 //   click FORM ID                presses a button
 //   close FORM                   the close box of the form
+//   moving FORM ID [S]           the progress bar has left its start
+//   waitfile PATH [S]            the file exists (checked every 10 ms)
 //   box TEXT BUTTONID [S]        waits for a message box containing TEXT
 //                                ("-" for any), prints it, presses the button
 //                                (button 0: leaves the box open)
 //   nobox [S]                    no message box appears within the time
 //   reg ROOT KEY [VALUE]         prints a value (default value: "@")
 //   noreg ROOT KEY [VALUE]       the key (or value) does not exist
-<<<<<<< HEAD
-=======
-//   run COMMANDLINE              starts a program on the driver's desktop
-//   runwait COMMANDLINE          the same, waits for it and prints "exit=N"
-//                                (the whole 32-bit code, which wine's own
-//                                exit status would cut to 8 bits)
-//   sleep MILLISECONDS
-//   list                         prints every top-level window (for diagnosis)
->>>>>>> unattended
 //   regdel ROOT KEY              deletes the key with everything below it
 //   regdelv ROOT KEY VALUE       deletes one value
 //   regdelprefix ROOT KEY PREFIX deletes the subkeys of KEY whose names begin
 //                                with PREFIX (case-insensitive)
 //   run COMMANDLINE              starts a program on the driver's desktop
+//   runwait COMMANDLINE          the same, waits for it and prints "exit=N"
+//                                (the whole 32-bit code, which wine's own
+//                                exit status would cut to 8 bits)
 //   waitwin CLASS [S]            a visible window of any program with that class
 //   closewin CLASS               closes every window of that class
 //   list                         prints every top-level window (for diagnosis)
@@ -177,38 +173,19 @@ bool ReadValue(const std::string& root, const std::string& key, const std::strin
     if (type == REG_SZ || type == REG_EXPAND_SZ) {
       out = Narrow(std::wstring(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t)));
       while (!out.empty() && out.back() == '\0') out.pop_back();
+    } else if (type == REG_MULTI_SZ) {
+      // The strings joined by "|" (pending renames at restart, for instance).
+      std::wstring all(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t));
+      while (!all.empty() && all.back() == L'\0') all.pop_back();
+      for (wchar_t& c : all)
+        if (c == L'\0') c = L'|';
+      out = Narrow(all);
     } else {
       out = type == REG_DWORD ? std::to_string(*reinterpret_cast<DWORD*>(data.data())) : "<type " + std::to_string(type) + ">";
     }
   }
   RegCloseKey(h);
-<<<<<<< HEAD
   return found;
-=======
-  if (type == REG_SZ || type == REG_EXPAND_SZ) {
-    out = Narrow(std::wstring(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t)));
-    while (!out.empty() && out.back() == '\0') out.pop_back();
-  } else if (type == REG_MULTI_SZ) {
-    // The strings joined by "|" (pending renames at restart, for instance).
-    std::wstring all(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t));
-    while (!all.empty() && all.back() == L'\0') all.pop_back();
-    for (wchar_t& c : all) if (c == L'\0') c = L'|';
-    out = Narrow(all);
-  } else if (type == REG_DWORD) {
-    out = std::to_string(*reinterpret_cast<DWORD*>(data.data()));
-  } else {
-    out = "<type " + std::to_string(type) + ">";
-  }
-  return true;
-}
-
-BOOL CALLBACK ListProc(HWND h, LPARAM) {
-  wchar_t cls[128] = {};
-  GetClassNameW(h, cls, 128);
-  std::printf("%p %s visible=%d \"%s\"\n", static_cast<void*>(h), Narrow(cls).c_str(), IsWindowVisible(h) ? 1 : 0,
-              Narrow(WindowText(h)).c_str());
-  return TRUE;
->>>>>>> unattended
 }
 
 void DeleteTree(HKEY root, const std::wstring& key) {
@@ -294,6 +271,18 @@ int wmain(int argc, wchar_t** wargv) {
       HWND c = Control(form, id);
       if (!IsWindowEnabled(c)) Fail("button disabled: " + form + "." + id);
       Press(GetParent(c), std::atoi(id.c_str()));
+    } else if (cmd == "moving") {
+      const std::string form = next(), id = next();
+      HWND c = Control(form, id);
+      if (!Within(seconds(10), [&] { return SendMessageW(c, WM_USER + 8 /* PBM_GETPOS */, 0, 0) > 0; }))
+        Fail("the progress bar of " + form + " does not move");
+    } else if (cmd == "waitfile") {
+      const std::string path = next();
+      const double s = seconds(30);
+      for (int n = 0; GetFileAttributesW(Widen(path).c_str()) == INVALID_FILE_ATTRIBUTES; ++n) {
+        if (n > s * 100) Fail("no file " + path);
+        Sleep(10);
+      }
     } else if (cmd == "close") {
       PostMessageW(WaitForm(next(), 10), WM_CLOSE, 0, 0);
     } else if (cmd == "box") {
@@ -320,7 +309,6 @@ int wmain(int argc, wchar_t** wargv) {
     } else if (cmd == "reg" || cmd == "noreg") {
       const std::string root = next(), key = next(), value = valueName();
       std::string out;
-<<<<<<< HEAD
       const bool exists = ReadValue(root, key, value, out);
       const std::string what = key + (value.empty() ? "" : " : " + value);
       if (cmd == "reg" && !exists) Fail("missing in registry: " + what);
@@ -343,27 +331,10 @@ int wmain(int argc, wchar_t** wargv) {
       if (cmd == "regdelv") RegDeleteValueW(h, prefix.c_str());
       RegCloseKey(h);
       for (const auto& d : doomed) DeleteTree(Root(root), d);
-    } else if (cmd == "run") {
+    } else if (cmd == "run" || cmd == "runwait") {
       std::wstring line = Widen(next()), desk = L"WinSta0\\" + desktop;
       STARTUPINFOW si{sizeof si};
       if (!desktop.empty()) si.lpDesktop = desk.data();
-=======
-      bool exists = ReadValue(arg(0), arg(1), value, out);
-      if (cmd == "reg") {
-        if (!exists) Fail(std::string("missing in registry: ") + arg(1) + (value ? std::string(" : ") + value : ""));
-        std::printf("%s\n", out.c_str());
-      } else if (exists) {
-        Fail(std::string("still in registry: ") + arg(1) + (value ? std::string(" : ") + value : "") + " = " + out);
-      }
-      i += value ? 3 : 2;
-    } else if (cmd == "run" || cmd == "runwait") {
-      need(1);
-      std::wstring line = Widen(arg(0));
-      STARTUPINFOW si{};
-      si.cb = sizeof si;
-      std::wstring desk = L"WinSta0\\" + desktopName;
-      if (!desktopName.empty()) si.lpDesktop = desk.data();
->>>>>>> unattended
       PROCESS_INFORMATION pi{};
       if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
         Fail("cannot start " + Narrow(line));

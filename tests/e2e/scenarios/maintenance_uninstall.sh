@@ -7,9 +7,12 @@ reset_machine
 medium=$(make_medium demo) || exit 1
 install_fresh "$medium" 1 1 1
 key='Kivra Demo_1.0'
+# The medium is gone: only the uninstall row is left, moved up and the default.
+mv "$medium" "$medium.weg"
 start_maintenance "$key"
-shot frmMaintenance
-drv expect frmMaintenance 901 "Installation von Kivra Demo 1.0 tun möchten" || fail "lblChoose"
+shot frmMaintenance-uninstall-only
+drv expect frmMaintenance 901 "Installation von Kivra Demo 1.0 tun möchten" enabled frmMaintenance 910 0 \
+    expect frmMaintenance 907 "Für mehr Optionen legen Sie bitte die CD ein" || fail "lblChoose"
 # (Message boxes are not pictured: under Xvfb their windows stay black.)
 drv click frmMaintenance 913 box "Sind Sie sicher" 6 wait frmUninstall 10 || fail "uninstall question"
 shot_now frmUninstall

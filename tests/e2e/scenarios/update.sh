@@ -43,4 +43,10 @@ no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - K
 need_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - Kivra Notizen_2.0' UninstallString
 [ "$(reg reg HKCU 'Software\Kivra\Notizen' 'Vorgänger')" = "1.0" ] || fail "onuninstallatupdate macro"
 no_path "$SETUP_DIR/Packages/Kivra Notizen_1.0"
+# The 1.0 medium once more: a newer version is installed, no update offered.
+on_desktop "$(winpath "$m1/setup.exe")"
+drv wait frmOtherInstalled 120 expect frmOtherInstalled 600 "Neuere Version bereits installiert" \
+    visible frmOtherInstalled 610 0 || fail "newer-version page"
+shot frmOtherInstalled-newer
+drv close frmOtherInstalled none 60 || fail "the wizard did not end from the newer-version page"
 say "ok"
