@@ -3,8 +3,8 @@
 
 #include <windows.h>
 
-#include "package/CPackage.h"
 #include "base/StringTools.h"
+#include "package/CPackage.h"
 #include "package/UninstallNames.h"
 #include "platform/RegTools.h"
 #include "platform/WinString.h"

@@ -5,12 +5,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "ProductLoad.h"
 #include "OsFiles.h"
+#include "ProductLoad.h"
 #include "Sha256.h"
 #include "ZipListing.h"
+#include "base/Text.h"
 #include "package/CPackage.h"
-#include "package/Text.h"
 #include "package/UninstallNames.h"
 
 namespace kvpack {
