@@ -3,8 +3,9 @@
 // against plain_copy.exe copying the same tree, plus the quiet
 // uninstallation through the entry's QuietUninstallString.
 //
-// Usage: unattended_bench [scratch-folder] [small-count] [large-count]
-// Defaults: C:\kvbench-unattended, 2000 files of 4 KB, 5 files of 20 MB.
+// Usage: unattended_bench [scratch-folder] [small-count] [large-count] [timeout-seconds]
+// Defaults: C:\kvbench-unattended, 2000 files of 4 KB, 5 files of 20 MB,
+// 900 s for one run of setup.exe (a run that shows a window never ends).
 // The medium is generated here; everything is removed at the end.
 #include <windows.h>
 
@@ -29,8 +30,11 @@ std::string WinePath(std::string path) {
   return path.rfind("\\", 0) == 0 ? "Z:" + path : path;
 }
 
+std::string scratchRoot;  // removed again when the benchmark gives up
+
 [[noreturn]] void Fail(const std::string& what) {
   std::fprintf(stderr, "unattended_bench: %s\n", what.c_str());
+  if (!scratchRoot.empty()) RemoveTree(scratchRoot);
   std::exit(1);
 }
 
@@ -71,8 +75,8 @@ std::pair<DWORD, double> Run(const std::string& commandLine, double timeoutSecon
   CloseHandle(pi.hProcess);
   if (job) CloseHandle(job);
   if (waited != WAIT_OBJECT_0)
-    Fail("no end after " + std::to_string(static_cast<int>(timeoutSeconds)) + " s (waiting for a window?): " +
-         commandLine);
+    Fail("no end after " + std::to_string(static_cast<int>(timeoutSeconds)) +
+         " s - does it show a window instead of running unattended? " + commandLine);
   return {code, took};
 }
 
@@ -97,6 +101,7 @@ int main(int argc, char** argv) {
   const std::string root = argc > 1 ? argv[1] : "C:\\kvbench-unattended";
   const int smallCount = argc > 2 ? std::atoi(argv[2]) : 2000;
   const int largeCount = argc > 3 ? std::atoi(argv[3]) : 5;
+  const double timeout = argc > 4 ? std::atof(argv[4]) : 900;
   constexpr size_t kSmall = 4 * 1024;
   constexpr size_t kLarge = 20 * 1024 * 1024;
   const std::string medium = root + "\\medium";
@@ -104,6 +109,7 @@ int main(int argc, char** argv) {
   if (!QuietUninstallString(entry).empty()) Fail("the benchmark package is installed already; remove it first");
 
   RemoveTree(root);
+  scratchRoot = root;
   CreateDirectoryW(Widen(root).c_str(), nullptr);
   CreateDirectoryW(Widen(medium).c_str(), nullptr);
   std::string ini =
@@ -139,7 +145,7 @@ int main(int argc, char** argv) {
     RemoveTree(copied);
 
     const std::string target = root + "\\installiert";
-    auto [code, took] = Run("\"" + medium + "\\setup.exe\" /quiet /dir \"" + target + "\"", 900);
+    auto [code, took] = Run("\"" + medium + "\\setup.exe\" /quiet /dir \"" + target + "\"", timeout);
     if (code != 0 && code != 3010) Fail("setup.exe /quiet ended with " + std::to_string(code));
     if (CountFiles(target) != files)
       Fail("setup.exe /quiet installed " + std::to_string(CountFiles(target)) + " of " + std::to_string(files) +
@@ -148,7 +154,7 @@ int main(int argc, char** argv) {
 
     const std::string quiet = QuietUninstallString(entry);
     if (quiet.empty()) Fail("no QuietUninstallString in the entry");
-    auto [uninstallCode, uninstallTime] = Run(quiet, 600);
+    auto [uninstallCode, uninstallTime] = Run(quiet, timeout);
     if (uninstallCode != 0 && uninstallCode != 3010)
       Fail("the quiet uninstallation ended with " + std::to_string(uninstallCode));
     if (!QuietUninstallString(entry).empty() || CountFiles(target) != 0)

@@ -14,19 +14,16 @@ using UninstallEntry = InstallFixture;
 
 const std::string kKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - Testprogramm_2.0";
 
-// Value names and types of the entry, sorted by name.
+// Value names and types of the entry, sorted by name ("-" without the key).
 std::string ValueList() {
   HKEY h = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, win::Widen(kKey).c_str(), 0, KEY_READ, &h) != ERROR_SUCCESS) return "-";
   std::vector<std::string> names;
   wchar_t name[256];
-  DWORD length = 256, type = 0;
-  for (DWORD i = 0; RegEnumValueW(h, i, name, &length, nullptr, &type, nullptr, nullptr) == ERROR_SUCCESS;
-       ++i, length = 256)
+  DWORD length = 256, type = 0, subkeys = 0;
+  for (DWORD i = 0; RegEnumValueW(h, i, name, &length, nullptr, &type, nullptr, nullptr) == 0; ++i, length = 256)
     names.push_back(win::Narrow(name) + (type == REG_DWORD ? ":dword" : type == REG_SZ ? "" : ":other"));
-  DWORD subkeys = 0;
-  RegQueryInfoKeyW(h, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                   nullptr);
+  RegQueryInfoKeyW(h, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   RegCloseKey(h);
   std::sort(names.begin(), names.end());
   std::string out = subkeys ? "subkeys " : "";

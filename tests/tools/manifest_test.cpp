@@ -29,16 +29,8 @@ TEST(KvpackSha256, KnownDigests) {
 }
 
 InstallerManifest Valid() {
-  InstallerManifest m;
-  m.packageIdentifier = "KivraSoftware.KivraDemo";
-  m.packageVersion = "1.0";
-  m.installerUrl = "https://kivra.example/demo/setup.exe";
-  m.installerSha256 = std::string(64, 'a');
-  m.displayName = "Kivra Demo 1.0 (Version 1.0)";
-  m.publisher = "Kivra Software";
-  m.displayVersion = "1.0";
-  m.productCode = "Kivra Setup - Kivra Demo_1.0";
-  return m;
+  return {"KivraSoftware.KivraDemo", "1.0", "exe", "", "https://kivra.example/demo/setup.exe", std::string(64, 'a'),
+          "Kivra Demo 1.0 (Version 1.0)", "Kivra Software", "1.0", "Kivra Setup - Kivra Demo_1.0"};
 }
 
 TEST(KvpackManifest, EveryRequiredFieldIsPresentAndInRange) {
@@ -67,9 +59,9 @@ TEST(KvpackManifest, EveryRequiredFieldIsPresentAndInRange) {
     EXPECT_NE(problems[0].find(c.field), std::string::npos) << problems[0];
   }
   // Lengths count characters: 32 umlauts are 64 bytes and still allowed.
-  InstallerManifest m = Valid();
   std::string umlauts;
   for (int i = 0; i < 32; ++i) umlauts += "\xC3\xBC";
+  InstallerManifest m = Valid();
   m.packageIdentifier = "Kivra." + umlauts;
   EXPECT_EQ(Validate(m).size(), 0u);
   EXPECT_EQ(DerivePackageIdentifier("M\xC3\xBCller & S\xC3\xB6hne", "Mein.Programm: 2"),
