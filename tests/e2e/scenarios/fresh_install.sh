@@ -32,6 +32,10 @@ cmp -s "$medium/setup.ini" "$SETUP_DIR/Packages/$key/setup.ini" || fail "staged 
 un="Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Kivra Setup - $key"
 [ "$(reg reg HKLM "$un" UninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" -m \"$key\"" ] \
   || fail "UninstallString: $(reg reg HKLM "$un" UninstallString)"
+# The demo names its Publisher: deployment tools find the quiet removal.
+[ "$(reg reg HKLM "$un" QuietUninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" /quiet /uninstall -m \"$key\"" ] \
+  || fail "QuietUninstallString: $(reg reg HKLM "$un" QuietUninstallString)"
+[ "$(reg reg HKLM "$un" Publisher)" = "Kivra Software" ] || fail "Publisher"
 need_reg HKLM "$un" DisplayName
 need_reg HKLM "$un" DisplayIcon
 
