@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchFiles.h"
 #include "install/InstallFile.h"
 #include "run/Uninstall.h"
 #include "package/CFile.h"
@@ -31,17 +32,9 @@
 namespace {
 
 using kv::win::Widen;
-
-double Seconds() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER now;
-  QueryPerformanceCounter(&now);
-  return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using kvbench::RemoveTree;
+using kvbench::Seconds;
+using kvbench::WriteBytes;
 
 // Nobody is in front of the screen: every question is answered Ignore and
 // counted (a benchmark run must not ask anything). Waiting for the minimum
@@ -65,43 +58,6 @@ class QuietUi : public kv::NoWindowUi {
  private:
   double skipped_ = 0;
 };
-
-void WriteBytes(const std::string& path, size_t size, unsigned seed) {
-  std::string data(size, '\0');
-  unsigned x = seed * 2654435761u + 1;
-  for (char& c : data) {
-    x = x * 1103515245u + 12345u;
-    c = static_cast<char>(x >> 24);
-  }
-  HANDLE h = CreateFileW(Widen(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) {
-    std::fprintf(stderr, "cannot create %s\n", path.c_str());
-    std::exit(1);
-  }
-  DWORD written = 0;
-  WriteFile(h, data.data(), static_cast<DWORD>(data.size()), &written, nullptr);
-  CloseHandle(h);
-}
-
-void RemoveTree(const std::string& folder) {
-  WIN32_FIND_DATAW d;
-  HANDLE h = FindFirstFileW(Widen(folder + "\\*").c_str(), &d);
-  if (h != INVALID_HANDLE_VALUE) {
-    do {
-      std::wstring n = d.cFileName;
-      if (n == L"." || n == L"..") continue;
-      std::string child = folder + "\\" + kv::win::Narrow(n);
-      if (d.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-        RemoveTree(child);
-      } else {
-        SetFileAttributesW(Widen(child).c_str(), FILE_ATTRIBUTE_NORMAL);
-        DeleteFileW(Widen(child).c_str());
-      }
-    } while (FindNextFileW(h, &d));
-    FindClose(h);
-  }
-  RemoveDirectoryW(Widen(folder).c_str());
-}
 
 struct Timing {
   double engine = 0, copy = 0, fairCopy = 0, versionOnly = 0, statusWrite = 0, uninstall = 0, plainDelete = 0;

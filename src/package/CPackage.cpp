@@ -81,6 +81,8 @@ bool CPackage::Load(const std::string& path) {
     DefaultOnDesktop = Flag(*header, "DefaultOnDesktop");
     DefaultWinStart = Flag(*header, "DefaultWinStart");
     AllowWinStart = Flag(*header, "AllowWinStart");
+    Publisher = header->GetValue("Publisher", "");
+    HelpLink = header->GetValue("HelpLink", "");
   }
 
   if (auto files = RequiredGroup(items, "files")) {

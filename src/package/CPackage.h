@@ -31,6 +31,11 @@ class CPackage {
   bool DefaultOnDesktop = false;
   bool DefaultWinStart = false;
   bool AllowWinStart = false;
+  // Optional header keys for package managers. A package that names its
+  // Publisher gets the fuller uninstall entry they read; without it the entry
+  // keeps its three classic values.
+  std::string Publisher;
+  std::string HelpLink;  // support address shown in the list of installed software
   CMacro OnInstall;
   CMacro OnUninstall;
   CMacro OnUpdate;

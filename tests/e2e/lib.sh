@@ -239,6 +239,14 @@ check_demo_installed() {
     || fail "UninstallString: $(reg reg HKLM "$un" UninstallString)"
   [ "$(reg reg HKLM "$un" DisplayName)" = "Kivra Demo 1.0 (Version 1.0)" ] || fail "DisplayName"
   [ "$(reg reg HKLM "$un" DisplayIcon)" = 'C:\Program Files\Kivra\Demo\demo.exe,0' ] || fail "DisplayIcon"
+  # The demo names its Publisher: deployment tools find the quiet removal.
+  [ "$(reg reg HKLM "$un" QuietUninstallString)" = "\"C:\\Program Files\\Kivra\\Setup\\KVSetup.exe\" /quiet /uninstall -m \"$key\"" ] \
+    || fail "QuietUninstallString: $(reg reg HKLM "$un" QuietUninstallString)"
+  [ "$(reg reg HKLM "$un" Publisher)" = "Kivra Software" ] || fail "Publisher"
+  [ "$(reg reg HKLM "$un" DisplayVersion)" = "1.0" ] || fail "DisplayVersion"
+  [ "$(reg reg HKLM "$un" InstallLocation)" = 'C:\Program Files\Kivra\Demo' ] || fail "InstallLocation"
+  [ "$(reg reg HKLM "$un" NoRepair)" = 1 ] || fail "NoRepair"
+  [ "$(reg reg HKLM "$un" EstimatedSize)" -gt 0 ] || fail "EstimatedSize"
 
   # Link class with its two verbs, and the proxies.
   ext=.kvsetuplink_KivraDemo_1_0

@@ -31,7 +31,9 @@ class Uninstalling : public ::testing::Test {
 
   std::string Install(const std::string& name, const std::string& version, const std::vector<MediumFile>& withFiles,
                       const std::string& extraGroups = "") {
-    const std::string ini = SetupIni(name, version, withFiles, "demo.exe", extraGroups);
+    std::string ini = SetupIni(name, version, withFiles, "demo.exe", extraGroups);
+    // With a Publisher the entry carries more values; the key must still go whole.
+    ini.replace(ini.find("</header>"), 0, "Publisher=Kivra\r\n");
     return world.InstallComplete(world.MakeMedium("m_" + name + version, ini, withFiles))->session.Package->InstalledIn;
   }
   // A start with -m and the given Uninstall flags (the maintenance page's

@@ -131,6 +131,14 @@ TEST(KvpackCheck, WarningsAreWhatLoadsButNotAsMeant) {
       {"<header>\n Name=Demo\n Version=1.0\n EXEFile=bin\\demo.exe\n</header>\n<files>\n [file]\n  Name=demo.exe\n"
        "  DestinationPath=*APPDIR*\\Bin\\\n [/file]\n</files>\n",
        {}},
+      // The keys for package managers.
+      {"<header>\n Name=Demo\n Version=1.0\n Publisher=Kivra\n HelpLink=https://kivra.example/hilfe\n</header>\n"
+       "<files>\n [file]\n  Name=a.dll\n [/file]\n</files>\n",
+       {}},
+      {"<header>\n Name=Demo\n Version=1.0\n Publisher=\n HelpLink=www.kivra.example\n</header>\n",
+       {"4:w:Publisher is empty", "5:w:no http:// or https:// address", "0:w:no <files> group"}},
+      {"<header>\n Name=Demo\n Version=1.0\n HelpLink=http://kivra.example\n</header>\n",
+       {"4:w:only together with a Publisher", "0:w:no <files> group"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.ini);

@@ -8,6 +8,7 @@
 
 #include "LineScan.h"
 #include "MacroCommands.h"
+#include "Manifest.h"
 #include "OsFiles.h"
 #include "ProductLoad.h"
 #include "ProductText.h"
@@ -22,7 +23,8 @@ using Kind = ScanItem::Kind;
 
 const std::vector<const char*> kHeaderKeys = {
     "Name",        "Caption",           "Version",          "EXEFile",         "InfoTip",      "StartMenuGroup",
-    "DefaultPath", "DefaultInStartMenu", "DefaultOnDesktop", "DefaultWinStart", "AllowWinStart"};
+    "DefaultPath", "DefaultInStartMenu", "DefaultOnDesktop", "DefaultWinStart", "AllowWinStart",
+    "Publisher",   "HelpLink"};
 const std::vector<const char*> kHeaderFlags = {"DefaultInStartMenu", "DefaultOnDesktop", "DefaultWinStart",
                                                "AllowWinStart"};
 const std::vector<const char*> kFileKeys = {"Name",          "DestinationName", "DestinationPath", "SharedFile",
@@ -155,11 +157,31 @@ class Checker {
       diag_.Warning(version->line, "Version " + Quote(version->value) +
                                        " does not begin with a number; the installer cannot compare it with other versions");
     }
+    CheckPublisher(header);
     for (const ScanItem* p : {name, version}) {
       if (p && !p->IsGroup() && p->value.find_first_of("\\/:*?\"<>|") != std::string::npos)
         diag_.Warning(p->line, p->name + " " + Quote(p->value) +
                                    " holds a character that cannot stand in a folder name; the package data folder is named after Name_Version");
     }
+  }
+
+  // The keys for package managers: only a Publisher brings the fuller
+  // uninstall entry, and the help address must be one the system can open.
+  void CheckPublisher(const ScanItem& header) {
+    const ScanItem* publisher = header.Find("Publisher");
+    const ScanItem* help = header.Find("HelpLink");
+    if (publisher && publisher->IsGroup()) publisher = nullptr;
+    if (help && help->IsGroup()) help = nullptr;
+    if (publisher && publisher->value.empty())
+      diag_.Warning(publisher->line, "Publisher is empty; the uninstall entry stays without publisher, version, size "
+                                     "and quiet uninstall");
+    else if (publisher && publisher->value.size() > 256)  // one byte per character in the ANSI code page
+      diag_.Warning(publisher->line, "Publisher is longer than the 256 characters package managers accept");
+    if (!help) return;
+    if (!IsWebAddress(help->value))
+      diag_.Warning(help->line, "HelpLink " + Quote(help->value) + " is no http:// or https:// address");
+    else if (!publisher || publisher->value.empty())
+      diag_.Warning(help->line, "HelpLink is written into the uninstall entry only together with a Publisher");
   }
 
   void AddSource(const std::string& name, int line) {

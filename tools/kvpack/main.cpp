@@ -1,11 +1,12 @@
 // kvpack - tools for package authors: check a package definition, build an
-// installation medium.
+// installation medium, describe it for a package manager.
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Checker.h"
+#include "Manifest.h"
 #include "Medium.h"
 #include "OsFiles.h"
 
@@ -16,10 +17,14 @@ constexpr const char* kUsage =
     "  kvpack check <setup.ini> [--source <folder>] [--strict]\n"
     "  kvpack build <setup.ini> --source <folder> --out <medium folder> [--force]\n"
     "               [--installer <folder with setup.exe and KVSetup.exe>]\n"
+    "  kvpack manifest <setup.ini> --installer-url <URL> (--sha256 <hash> | --medium <setup.exe or .zip>)\n"
+    "               [--id <Publisher.Name>]\n"
     "\n"
     "check prints every problem as file:line: error|warning: text and exits with\n"
     "0 (no errors), 1 (errors) or 2 (warnings, with --strict).\n"
-    "build checks first and then writes a complete medium into a new folder.\n";
+    "build checks first and then writes a complete medium into a new folder.\n"
+    "manifest prints the package manager's installer manifest (YAML) or, exit 1,\n"
+    "what keeps it from being valid.\n";
 
 int Usage(const std::string& problem) {
   if (!problem.empty()) std::cerr << "kvpack: " << problem << "\n";
@@ -31,6 +36,7 @@ struct Args {
   std::string command;
   std::string ini;
   std::optional<std::string> source, out, installer;
+  std::optional<std::string> installerUrl, sha256, medium, id;  // manifest
   bool strict = false, force = false;
 };
 
@@ -49,6 +55,10 @@ std::string Parse(const std::vector<std::string>& argv, Args& args) {
     if (a == "--source") problem = value(args.source);
     else if (a == "--out") problem = value(args.out);
     else if (a == "--installer") problem = value(args.installer);
+    else if (a == "--installer-url") problem = value(args.installerUrl);
+    else if (a == "--sha256") problem = value(args.sha256);
+    else if (a == "--medium") problem = value(args.medium);
+    else if (a == "--id") problem = value(args.id);
     else if (a == "--strict") args.strict = true;
     else if (a == "--force") args.force = true;
     else if (a.rfind("--", 0) == 0) problem = "unknown option " + a;
@@ -94,5 +104,19 @@ int main(int argc, char** argv) {
     options.installerSearch = kvpack::DefaultInstallerSearch();
     return kvpack::BuildMedium(options, std::cout, std::cerr);
   }
+  if (args.command == "manifest") {
+    if (args.source || args.out || args.installer || args.strict || args.force)
+      return Usage("manifest takes only --installer-url, --sha256, --medium and --id");
+    if (!args.installerUrl) return Usage("manifest needs --installer-url <URL>");
+    kvpack::ManifestOptions options;
+    options.iniPath = args.ini;
+    options.installerUrl = *args.installerUrl;
+    options.sha256 = args.sha256;
+    options.medium = args.medium;
+    options.identifier = args.id;
+    return kvpack::WriteManifest(options, std::cout, std::cerr);
+  }
+  if (args.installerUrl || args.sha256 || args.medium || args.id)
+    return Usage("--installer-url, --sha256, --medium and --id belong to manifest");
   return Usage("unknown command " + args.command);
 }
