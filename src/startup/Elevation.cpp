@@ -21,17 +21,25 @@ bool IsElevated() {
   return elevation.TokenIsElevated != 0;
 }
 
-bool RelaunchElevated(const std::string& exePath, const std::string& commandTail) {
+bool RelaunchElevated(const std::string& exePath, const std::string& commandTail, uint32_t* exitCode) {
   std::wstring file = win::Widen(exePath);
   std::wstring parameters = win::Widen(commandTail);
   SHELLEXECUTEINFOW info{};
   info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_NOASYNC;
+  info.fMask = SEE_MASK_NOASYNC | (exitCode ? SEE_MASK_NOCLOSEPROCESS : 0);
   info.lpVerb = L"runas";
   info.lpFile = file.c_str();
   info.lpParameters = parameters.c_str();
   info.nShow = SW_SHOWNORMAL;
-  return ShellExecuteExW(&info) != FALSE;
+  if (!ShellExecuteExW(&info)) return false;
+  if (exitCode && info.hProcess) {
+    WaitForSingleObject(info.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(info.hProcess, &code);
+    *exitCode = code;
+    CloseHandle(info.hProcess);
+  }
+  return true;
 }
 
 }  // namespace kv::modSetup

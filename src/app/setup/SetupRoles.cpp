@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "app/setup/OneFile.h"
 #include "base/StringTools.h"
 #include "base/Text.h"
 #include "platform/FileTools.h"
@@ -153,7 +154,8 @@ bool NeedsCopy(const std::string& source, const std::string& target) {
   return !(answer == 0 || answer == 1);
 }
 
-int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
+int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell,
+              uint32_t* engineExit) {
   const std::string source = modTools::JoinPath(mediumFolder, kInstallerName);
   const std::string target = installerFolder + kInstallerName;
   if (!modTools::FileExists(source)) {
@@ -175,7 +177,7 @@ int Bootstrap(const std::string& mediumFolder, const std::string& installerFolde
     }
   }
   const std::string command = "\"" + target + "\" -ifp \"" + WithoutTrailingBackslash(mediumFolder) + "\"";
-  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus)) {
+  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus, engineExit != nullptr, engineExit)) {
     tell("Das Installationsprogramm \"" + target + "\" konnte nicht gestartet werden.");
     return kStartFailed;
   }
@@ -224,7 +226,47 @@ int SelfDelete(const std::string& installerExe, const std::string& folder, uint3
   return RemoveEmptyTree(dir) ? kOk : kFolderLeft;
 }
 
+Tell ReporterFor(const std::string& commandTail) {
+  std::vector<std::string> args = SplitArguments(commandTail);
+  bool quiet = false;
+  std::string log;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string option = LowerCase(args[i]);
+    if (option == "/quiet") quiet = true;
+    if (option == "/log" && i + 1 < args.size()) log = args[++i];
+  }
+  if (!quiet) return ShowMessage;
+  return [log](const std::string& text) {
+    if (log.empty()) return;
+    HANDLE h = CreateFileW(win::Widen(log).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                           OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return;
+    const std::string line = "setup.exe: " + text + "\r\n";
+    DWORD done = 0;
+    WriteFile(h, line.data(), static_cast<DWORD>(line.size()), &done, nullptr);
+    CloseHandle(h);
+  };
+}
+
 int Run(const std::string& commandTail, const std::string& ownPath) {
+  // A downloaded one-file medium passes its whole command line on to the
+  // start from the unpacked folder. Only the start is ever a one-file
+  // medium: the helper roles run from the plain copy the installer keeps.
+  if (HasAppendedMedium(ownPath)) {
+    // Nothing of ours is a DLL: never look for one beside the download (a
+    // downloads folder holds whatever else was downloaded). Systems without
+    // the call have no such search either way.
+    using SetDirs = BOOL(WINAPI*)(DWORD);
+    if (auto set = reinterpret_cast<SetDirs>(reinterpret_cast<void*>(
+            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories"))))
+      set(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const Tell tell = ReporterFor(commandTail);
+    return RunOneFile(ownPath, commandTail, tell, [&](const std::string& medium) {
+      uint32_t engineExit = 0;
+      int started = Bootstrap(medium, InstallerFolder(), tell, &engineExit);
+      return started == kOk ? static_cast<int>(engineExit) : started;
+    });
+  }
   Arguments args = ParseArguments(commandTail);
   switch (args.role) {
     case Role::Bootstrap: {
