@@ -152,10 +152,12 @@ make_medium() {
 # Clicks through a fresh installation from `medium` along the default path:
 # welcome, path (default folder), licence, progress, links (as given), finish
 # without starting the program. A picture of every page.
+# MEDIUM may also be a one-file setup.exe.
 install_fresh() {
-  local medium=$1
+  local medium=$1 start=$1/setup.exe
   local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
-  on_desktop "$(winpath "$medium/setup.exe")"
+  [ -f "$medium" ] && start=$medium
+  on_desktop "$(winpath "$start")"
   drv wait frmStart 120 || fail "welcome page did not appear"
   shot frmStart
   drv click frmStart 210 wait frmPath 30 || fail "path page"
@@ -183,6 +185,13 @@ finish_install() {
 start_maintenance() {
   on_desktop "C:\\Program Files\\Kivra\\Setup\\KVSetup.exe" -m "$1"
   drv wait frmMaintenance 120 || fail "maintenance page did not appear"
+}
+
+# Waits until no installer process of this prefix runs any more.
+installers_ended() {
+  local _
+  for _ in $(seq 1 120); do installers_running || return 0; sleep 0.5; done
+  fail "an installer process did not end"
 }
 
 status_ini() { iconv -f cp1252 -t utf-8 "$SETUP_DIR/Packages/$1/status.ini" 2>/dev/null; }

@@ -111,6 +111,17 @@ bool WaitForProcessesOf(const std::string& exe, ULONGLONG deadline) {
   return ended;
 }
 
+// Nothing of ours is a DLL: the start never looks for one beside itself (a
+// downloads folder holds whatever else was downloaded). version.dll comes
+// after this (see CMakeLists.txt). Systems without the call are left as they
+// are.
+void LoadDllsFromSystemOnly() {
+  using SetDirs = BOOL(WINAPI*)(DWORD);
+  if (auto set = reinterpret_cast<SetDirs>(reinterpret_cast<void*>(
+          GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories"))))
+    set(LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
+
 }  // namespace
 
 Arguments ParseArguments(const std::string& commandTail) {
@@ -253,13 +264,7 @@ int Run(const std::string& commandTail, const std::string& ownPath) {
   // start from the unpacked folder. Only the start is ever a one-file
   // medium: the helper roles run from the plain copy the installer keeps.
   if (HasAppendedMedium(ownPath)) {
-    // Nothing of ours is a DLL: never look for one beside the download (a
-    // downloads folder holds whatever else was downloaded). Systems without
-    // the call have no such search either way.
-    using SetDirs = BOOL(WINAPI*)(DWORD);
-    if (auto set = reinterpret_cast<SetDirs>(reinterpret_cast<void*>(
-            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories"))))
-      set(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    LoadDllsFromSystemOnly();
     const Tell tell = ReporterFor(commandTail);
     return RunOneFile(ownPath, commandTail, tell, [&](const std::string& medium) {
       uint32_t engineExit = 0;
@@ -270,6 +275,7 @@ int Run(const std::string& commandTail, const std::string& ownPath) {
   Arguments args = ParseArguments(commandTail);
   switch (args.role) {
     case Role::Bootstrap: {
+      LoadDllsFromSystemOnly();
       const std::string medium = modTools::ParentFolder(ownPath);
       const std::string folder = InstallerFolder();
       const std::string source = modTools::JoinPath(medium, kInstallerName);
