@@ -18,12 +18,12 @@ struct BuildOptions {
   std::string iniPath;
   std::string sourceFolder;
   std::string outFolder;  // the output file for SingleFile and Zip
-  Layout layout = Layout::Folder;
   bool force = false;                       // replace a non-empty output folder
   std::optional<std::string> installerDir;  // holds setup.exe and KVSetup.exe
   // Where to look for the installer programs when installerDir is not given,
   // in this order (each searched a few levels deep).
   std::vector<std::string> installerSearch;
+  Layout layout = Layout::Folder;
 };
 
 // Returns the exit code: 0 built, 1 not built (the reason is on `err`). On
