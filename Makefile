@@ -40,6 +40,7 @@ bench: build-windows
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
 	@KV_BENCH_WINDOWS_BUILD=build/windows scripts/run-bench.sh
+	@bench/onefile_bench.sh build/windows
 
 # Test lines against code lines; fails when the tests outgrow their share.
 stats:

@@ -208,7 +208,7 @@ void CPackage::SaveStatus() {
   // because group names compare without regard to case.
   auto header = root.AddGroup("Header", false);
   header->AddValue("InstalledIn", InstalledIn);
-  header->AddValue("SourcePath", SourcePath);
+  header->AddValue("SourcePath", DownloadedFrom.empty() ? SourcePath : DownloadedFrom);
 
   auto created = root.AddGroup("CreatedPaths", false);
   for (const std::string& path : CreatedPaths) created->AddValue(path, "");  // a folder twice: 457

@@ -18,6 +18,10 @@ class CPackage {
   explicit CPackage(UiContext context);
 
   std::string SourcePath;   // where the package was installed from
+  // The downloaded one-file setup.exe the medium in SourcePath was unpacked
+  // from ("" for a folder medium). The unpacked folder goes when the run
+  // ends, so status.ini records the download instead.
+  std::string DownloadedFrom;
   std::string PackageDir;   // folder holding this package's setup.ini and status.ini
   std::string InstalledIn;  // installation folder; "" = not installed
   std::string Name;

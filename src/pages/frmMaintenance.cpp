@@ -17,9 +17,21 @@ std::string Lower(std::string s) {
   return s;
 }
 
+// A one-file medium records the downloaded setup.exe itself as its source;
+// the installer cannot read files out of it, only the file can unpack itself.
+bool IsDownloadedSetup(const std::string& sourcePath) {
+  const std::string lower = Lower(sourcePath);
+  return lower.size() > 4 && lower.compare(lower.size() - 4, 4, ".exe") == 0;
+}
+
 }  // namespace
 
 std::string frmMaintenance_MoreText(const std::string& sourcePath) {
+  if (IsDownloadedSetup(sourcePath)) {
+    return "Um das Programm zu ändern oder zu reparieren, starten Sie bitte die heruntergeladene Datei \"" +
+           sourcePath + "\" erneut. Falls Sie sie nicht mehr haben, laden Sie sie bitte erneut von unserer Homepage "
+           "herunter.";
+  }
   std::string lower = Lower(sourcePath);
   if (lower.find("tmp") != std::string::npos || lower.find("temp") != std::string::npos) {
     return "Um das Programm neu zu installieren, laden Sie bitte das Installationsprogramm erneut von unserer "
@@ -33,7 +45,8 @@ MaintenanceSetup frmMaintenance_Form_Load(const Session& session) {
   const CPackage& pkg = *session.Package;
   MaintenanceSetup s;
   s.lblChoose = "Bitte wählen Sie aus, was Sie mit Ihrer derzeitigen Installation von " + pkg.Caption + " tun möchten.";
-  s.sourceReachable = GetFileAttributesW(win::Widen(pkg.SourcePath).c_str()) != INVALID_FILE_ATTRIBUTES;
+  s.sourceReachable = !IsDownloadedSetup(pkg.SourcePath) &&
+                      GetFileAttributesW(win::Widen(pkg.SourcePath).c_str()) != INVALID_FILE_ATTRIBUTES;
   if (!s.sourceReachable) s.lblMore = frmMaintenance_MoreText(pkg.SourcePath);
   return s;
 }

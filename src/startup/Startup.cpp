@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include "install/InstallFile.h"
+#include "onefile/Format.h"
 #include "package/CPackage.h"
+#include "base/FileIo.h"
 #include "base/StringTools.h"
 #include "platform/FileTools.h"
 #include "platform/ProcessStart.h"
@@ -113,6 +115,10 @@ bool InstallFromMedium(Session& session, const std::string& medium) {
   // for a package that never gets installed.
   if (package->Files.empty()) return true;
   package->SourcePath = medium;
+  // A medium unpacked from a downloaded setup.exe says which file that was.
+  std::string origin;
+  if (fileio::ReadWholeFile(modTools::JoinPath(medium, onefile::kOriginFile), origin) == 0)
+    package->DownloadedFrom = origin;
   package->PackageDir = session.AppDir + "Packages\\" + PackageIdentifier(*package);
   modTools::MakePath(package->PackageDir);
 
@@ -132,6 +138,8 @@ bool InstallFromMedium(Session& session, const std::string& medium) {
     session.IsNewInstall = false;
     session.PackageRegistered = true;
     package->Load2();
+    // A recorded download cannot be read from; the unpacked medium can.
+    if (!package->DownloadedFrom.empty()) package->SourcePath = medium;
     if (!package->InstalledIn.empty()) {
       // The medium in hand wins over the source recorded in status.ini.
       package->SourcePath = medium;

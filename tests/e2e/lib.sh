@@ -159,12 +159,14 @@ allows_winstart() { iconv -f cp1252 -t utf-8 "$1/setup.ini" | tr -d '\r' | grep 
 # Clicks through a fresh installation from `medium` along the default path:
 # welcome, path (default folder), licence, progress, links (as given), finish
 # without starting the program; the pages' texts name the package. A picture
-# of every page. Sets CAPTION and WINSTART_TEXT for finish_install.
+# of every page. Sets CAPTION and WINSTART_TEXT for finish_install. MEDIUM may
+# also be a one-file setup.exe.
 install_fresh() {
-  local medium=$1
+  local medium=$1 start=$1/setup.exe
   local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
-  set_package_texts "$medium"
-  on_desktop "$(winpath "$medium/setup.exe")"
+  # A one-file setup.exe keeps the texts of the folder medium read before.
+  if [ -f "$medium" ]; then start=$medium; else set_package_texts "$medium"; fi
+  on_desktop "$(winpath "$start")"
   drv wait frmStart 120 || fail "welcome page did not appear"
   drv expect frmStart 201 "Zunächst möchten wir uns dafür bedanken, dass Sie sich für $CAPTION entschieden haben. Wir hoffen und sind davon überzeugt, dass Sie viel Freude an diesem Produkt aus unserem Hause haben werden." \
       expect frmStart 203 "um mit der Installation von $CAPTION zu beginnen." || fail "welcome page texts"
@@ -205,6 +207,13 @@ finish_install() {
 start_maintenance() {
   on_desktop "C:\\Program Files\\Kivra\\Setup\\KVSetup.exe" -m "$1"
   drv wait frmMaintenance 120 || fail "maintenance page did not appear"
+}
+
+# Waits until no installer process of this prefix runs any more.
+installers_ended() {
+  local _
+  for _ in $(seq 1 120); do installers_running || return 0; sleep 0.5; done
+  fail "an installer process did not end"
 }
 
 status_ini() { iconv -f cp1252 -t utf-8 "$SETUP_DIR/Packages/$1/status.ini" 2>/dev/null; }

@@ -278,6 +278,15 @@ TEST_F(PageLogic, MaintenancePageOffersEverythingOnlyWithTheSourceAtHand) {
   for (const char* p : {"C:\\Users\\a\\AppData\\Local\\TEMP\\setup", "C:\\Windows\\Tmp", "D:\\Attempts"})
     EXPECT_EQ(frmMaintenance_MoreText(p), download) << p;
   for (const char* p : {"D:\\", ""}) EXPECT_EQ(frmMaintenance_MoreText(p), disc) << p;
+  // A one-file medium's source is the downloaded file: present, yet nothing
+  // can be read from it; the text names it (also inside a "Temp" folder).
+  const std::string setup = scratch.WriteFile("Demo Setup.EXE", "MZ");
+  session.Package->SourcePath = setup;
+  MaintenanceSetup downloaded = frmMaintenance_Form_Load(session);
+  EXPECT_FALSE(downloaded.sourceReachable);
+  EXPECT_NE(downloaded.lblMore.find("starten Sie bitte die heruntergeladene Datei \"" + setup + "\" erneut"),
+            std::string::npos)
+      << downloaded.lblMore;
 }
 
 TEST_F(PageLogic, UninstallCancelledAtAMacroShowsNoFinishPage) {

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <set>
 
+#include "Archive.h"
 #include "Checker.h"
 #include "OsFiles.h"
 #include "base/Text.h"
+#include "onefile/Format.h"
 
 namespace kvpack {
 
@@ -21,6 +23,7 @@ constexpr const char* kSetupExe = "setup.exe";
 constexpr const char* kInstallerExe = "KVSetup.exe";
 constexpr const char* kDefinition = "setup.ini";
 constexpr const char* kLicence = "eula.txt";
+
 
 // A file called `name` directly in `folder`, matched without regard to case.
 std::optional<fs::path> FindInFolder(const fs::path& folder, const std::string& name) {
@@ -62,7 +65,7 @@ class Builder {
   int Run() {
     if (!Check()) return 1;
     if (!Plan()) return 1;
-    return Write() ? 0 : 1;
+    return (options_.layout == Layout::Folder ? Write() : WriteArchive()) ? 0 : 1;
   }
 
  private:
@@ -114,6 +117,7 @@ class Builder {
     }
 
     Add(os::ToPath(options_.iniPath), kDefinition);
+    reserved_.insert(kv::LowerCase(kv::onefile::kOriginFile));
 
     // The licence: beside setup.ini, else in the source folder.
     auto licence = FindInFolder(os::ToPath(options_.iniPath).parent_path().empty()
@@ -212,6 +216,32 @@ class Builder {
     if (existed) fs::remove_all(aside, ec);
 
     out_ << "kvpack: medium written to " << os::FromPath(target) << " (" << copies_.size() << " files, " << bytes
+         << " bytes)\n";
+    return true;
+  }
+
+  bool WriteArchive() {
+    std::error_code ec;
+    fs::path target = fs::absolute(os::ToPath(options_.outFolder), ec);
+    if (fs::is_directory(target, ec)) return Fail(options_.outFolder + " is a folder; name the file to write");
+    if (fs::exists(target, ec) && !options_.force)
+      return Fail(options_.outFolder + " exists; use --force to replace it");
+    fs::create_directories(target.parent_path(), ec);
+    if (ec) return Fail("cannot create " + os::FromPath(target.parent_path()) + ": " + ec.message());
+    std::vector<ArchiveFile> files;
+    fs::path stub;
+    for (const Copy& c : copies_) {
+      files.push_back({c.from, c.to});
+      if (c.to == kSetupExe) stub = c.from;
+    }
+    ArchiveSize size;
+    std::string why;
+    const bool single = options_.layout == Layout::SingleFile;
+    if (!(single ? WriteSingleFile(stub, files, target, size, why) : WriteZip(files, target, size, why)))
+      return Fail(why);
+    out_ << "kvpack: " << (single ? "one-file setup" : "zip") << " written to " << os::FromPath(target) << " ("
+         << files.size() << " files, " << size.plain << " bytes packed to " << size.packed << ", "
+         << (size.plain ? 100 * size.packed / size.plain : 100) << " %; file " << fs::file_size(target, ec)
          << " bytes)\n";
     return true;
   }

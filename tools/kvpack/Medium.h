@@ -10,20 +10,25 @@
 
 namespace kvpack {
 
+// A medium folder, one setup.exe that carries the whole medium, or a zip of
+// the medium folder.
+enum class Layout { Folder, SingleFile, Zip };
+
 struct BuildOptions {
   std::string iniPath;
   std::string sourceFolder;
-  std::string outFolder;
+  std::string outFolder;  // the output file for SingleFile and Zip
   bool force = false;                       // replace a non-empty output folder
   std::optional<std::string> installerDir;  // holds setup.exe and KVSetup.exe
   // Where to look for the installer programs when installerDir is not given,
   // in this order (each searched a few levels deep).
   std::vector<std::string> installerSearch;
+  Layout layout = Layout::Folder;
 };
 
 // Returns the exit code: 0 built, 1 not built (the reason is on `err`). On
-// failure nothing is left behind: the output folder is either the complete
-// new medium or exactly what it was before.
+// failure nothing is left behind: the output is either the complete new
+// medium or exactly what it was before.
 int BuildMedium(const BuildOptions& options, std::ostream& out, std::ostream& err);
 
 // The default search list: next to the kvpack program, the build tree it

@@ -17,12 +17,15 @@ constexpr const char* kUsage =
     "  kvpack check <setup.ini> [--source <folder>] [--strict]\n"
     "  kvpack build <setup.ini> --source <folder> --out <medium folder> [--force]\n"
     "               [--installer <folder with setup.exe and KVSetup.exe>]\n"
+    "  kvpack build <setup.ini> --source <folder> --out <file> --single-file | --zip [...]\n"
     "  kvpack manifest <setup.ini> --installer-url <URL> (--sha256 <hash> | --medium <setup.exe or .zip>)\n"
     "               [--id <Publisher.Name>]\n"
     "\n"
     "check prints every problem as file:line: error|warning: text and exits with\n"
     "0 (no errors), 1 (errors) or 2 (warnings, with --strict).\n"
-    "build checks first and then writes a complete medium into a new folder.\n"
+    "build checks first and then writes a complete medium into a new folder;\n"
+    "with --single-file into one setup.exe that unpacks and checks itself, with\n"
+    "--zip into a zip of the medium folder.\n"
     "manifest prints the package manager's installer manifest (YAML) or, exit 1,\n"
     "what keeps it from being valid.\n";
 
@@ -37,7 +40,7 @@ struct Args {
   std::string ini;
   std::optional<std::string> source, out, installer;
   std::optional<std::string> installerUrl, sha256, medium, id;  // manifest
-  bool strict = false, force = false;
+  bool strict = false, force = false, singleFile = false, zip = false;
 };
 
 // Parses everything after the command name; returns a problem text or "".
@@ -61,6 +64,8 @@ std::string Parse(const std::vector<std::string>& argv, Args& args) {
     else if (a == "--id") problem = value(args.id);
     else if (a == "--strict") args.strict = true;
     else if (a == "--force") args.force = true;
+    else if (a == "--single-file") args.singleFile = true;
+    else if (a == "--zip") args.zip = true;
     else if (a.rfind("--", 0) == 0) problem = "unknown option " + a;
     else if (args.ini.empty()) args.ini = a;
     else problem = "more than one package file given: " + a;
@@ -83,7 +88,8 @@ int main(int argc, char** argv) {
   if (std::string problem = Parse(argList, args); !problem.empty()) return Usage(problem);
 
   if (args.command == "check") {
-    if (args.out || args.installer || args.force) return Usage("check takes only --source and --strict");
+    if (args.out || args.installer || args.force || args.singleFile || args.zip)
+      return Usage("check takes only --source and --strict");
     kvpack::CheckOptions options;
     options.iniPath = args.ini;
     options.sourceFolder = args.source;
@@ -95,11 +101,15 @@ int main(int argc, char** argv) {
     if (args.strict) return Usage("build takes no --strict");
     if (!args.source) return Usage("build needs --source <folder>");
     if (!args.out) return Usage("build needs --out <medium folder>");
+    if (args.singleFile && args.zip) return Usage("build takes --single-file or --zip, not both");
     kvpack::BuildOptions options;
     options.iniPath = args.ini;
     options.sourceFolder = *args.source;
     options.outFolder = *args.out;
     options.force = args.force;
+    options.layout = args.singleFile ? kvpack::Layout::SingleFile
+                     : args.zip      ? kvpack::Layout::Zip
+                                     : kvpack::Layout::Folder;
     options.installerDir = args.installer;
     options.installerSearch = kvpack::DefaultInstallerSearch();
     return kvpack::BuildMedium(options, std::cout, std::cerr);

@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "app/setup/OneFile.h"
 #include "base/StringTools.h"
 #include "base/Text.h"
 #include "platform/FileTools.h"
@@ -113,6 +114,17 @@ bool WaitForProcessesOf(const std::string& exe, ULONGLONG deadline) {
   return ended;
 }
 
+// Nothing of ours is a DLL: the start never looks for one beside itself (a
+// downloads folder holds whatever else was downloaded). version.dll comes
+// after this (see CMakeLists.txt). Systems without the call are left as they
+// are.
+void LoadDllsFromSystemOnly() {
+  using SetDirs = BOOL(WINAPI*)(DWORD);
+  if (auto set = reinterpret_cast<SetDirs>(reinterpret_cast<void*>(
+          GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories"))))
+    set(LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
+
 }  // namespace
 
 Arguments ParseArguments(const std::string& commandTail) {
@@ -180,11 +192,12 @@ int PlaceInstaller(const std::string& mediumFolder, const std::string& installer
   return kOk;
 }
 
-int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell) {
+int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell,
+              uint32_t* engineExit) {
   if (int placed = PlaceInstaller(mediumFolder, installerFolder, tell); placed != kOk) return placed;
   const std::string target = installerFolder + kInstallerName;
   const std::string command = "\"" + target + "\" -ifp \"" + WithoutTrailingBackslash(mediumFolder) + "\"";
-  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus)) {
+  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus, engineExit != nullptr, engineExit)) {
     tell("Das Installationsprogramm \"" + target + "\" konnte nicht gestartet werden.");
     return kStartFailed;
   }
@@ -233,24 +246,44 @@ int SelfDelete(const std::string& installerExe, const std::string& folder, uint3
   return RemoveEmptyTree(dir) ? kOk : kFolderLeft;
 }
 
+namespace {
+
+// Runs the installer from `medium` with the administrator's switches and
+// hands its exit code on.
+int StartWithSwitches(const std::string& medium, const modSetup::Switches& sw, const Tell& tell) {
+  using namespace modSetup::exitcode;
+  const std::string folder = InstallerFolder();
+  std::string problem;
+  if (PlaceInstaller(medium, folder, [&problem](const std::string& text) { problem = text; }) != kOk) {
+    tell(problem);
+    return kFatal;
+  }
+  const std::string command = "\"" + folder + kInstallerName + "\" " + modSetup::SwitchesCommand(sw) + " -ifp \"" +
+                              WithoutTrailingBackslash(medium) + "\"";
+  uint32_t code = kFatal;
+  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus, /*wait=*/true, &code)) {
+    tell("Das Installationsprogramm \"" + folder + kInstallerName + "\" konnte nicht gestartet werden.");
+    return kFatal;
+  }
+  return static_cast<int>(code);
+}
+
 int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) {
   using namespace modSetup::exitcode;
   const modSetup::Switches sw = modSetup::ParseSwitches(commandTail, modSetup::SwitchHost::SetupExe);
   // setup.exe writes the log only when it ends the run itself; otherwise
   // the installer writes it from the start.
-  auto stop = [&](int code, const std::string& why) {
+  const Tell tell = [&](const std::string& why) {
     modTools::LogFile log;
     if (!sw.logFile.empty() && modTools::LogFolderExists(sw.logFile) && log.Open(sw.logFile)) {
       log.Line("Befehlszeile: " + commandTail);
       log.Line("Abbruch: " + why);
-      log.Line("Exitcode: " + std::to_string(code));
     }
     if (!sw.Unattended()) ShowMessage(why);
-    return code;
   };
-  if (!sw.error.empty()) return stop(kBadSwitches, sw.error);
+  if (!sw.error.empty()) return tell(sw.error), kBadSwitches;
   if (!sw.logFile.empty() && !modTools::LogFolderExists(sw.logFile)) {
-    return stop(kBadSwitches, "Der Ordner für die Protokolldatei existiert nicht: " + sw.logFile);
+    return tell("Der Ordner für die Protokolldatei existiert nicht: " + sw.logFile), kBadSwitches;
   }
   if (sw.help) {
     MessageBoxW(nullptr, win::Widen(modSetup::kSwitchHelp).c_str(), win::Widen(kTitle).c_str(),
@@ -258,36 +291,47 @@ int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) 
     return kSuccess;
   }
   if (modSetup::InstanceGuard::AnotherRunning()) {
-    return stop(kAlreadyRunning,
-                "Es wird bereits eine andere Installation mit Kivra Setup ausgeführt. Bitte warten Sie, bis sie "
-                "beendet ist, und starten Sie Setup dann erneut.");
+    tell("Es wird bereits eine andere Installation mit Kivra Setup ausgeführt. Bitte warten Sie, bis sie beendet "
+         "ist, und starten Sie Setup dann erneut.");
+    return kAlreadyRunning;
+  }
+  if (HasAppendedMedium(ownPath)) {
+    return RunOneFile(ownPath, commandTail, tell,
+                      [&](const std::string& medium) { return StartWithSwitches(medium, sw, tell); });
   }
   const std::string medium = modTools::ParentFolder(ownPath);
-  const std::string folder = InstallerFolder();
   const std::string source = modTools::JoinPath(medium, kInstallerName);
-  if (modTools::FileExists(source) && NeedsCopy(source, folder + kInstallerName) && !modSetup::IsElevated()) {
+  if (modTools::FileExists(source) && NeedsCopy(source, InstallerFolder() + kInstallerName) &&
+      !modSetup::IsElevated()) {
     uint32_t code = kFatal;
     if (!modSetup::RelaunchElevated(ownPath, commandTail, &code)) return kCancelled;
     return static_cast<int>(code);
   }
-  std::string problem;
-  if (PlaceInstaller(medium, folder, [&problem](const std::string& text) { problem = text; }) != kOk) {
-    return stop(kFatal, problem);
-  }
-  const std::string command = "\"" + folder + kInstallerName + "\" " + modSetup::SwitchesCommand(sw) + " -ifp \"" +
-                              WithoutTrailingBackslash(medium) + "\"";
-  uint32_t code = kFatal;
-  if (!modTools::StartCommandLine(command, modTools::kShowNormalFocus, /*wait=*/true, &code)) {
-    return stop(kFatal, "Das Installationsprogramm \"" + folder + kInstallerName + "\" konnte nicht gestartet werden.");
-  }
-  return static_cast<int>(code);
+  return StartWithSwitches(medium, sw, tell);
 }
 
+}  // namespace
+
 int Run(const std::string& commandTail, const std::string& ownPath) {
-  if (modSetup::BeginsWithSwitch(commandTail)) return RunWithSwitches(commandTail, ownPath);
+  if (modSetup::BeginsWithSwitch(commandTail)) {
+    LoadDllsFromSystemOnly();
+    return RunWithSwitches(commandTail, ownPath);
+  }
+  // A downloaded one-file medium started without switches: the wizard from
+  // the unpacked folder. Only the start is ever a one-file medium: the helper
+  // roles run from the plain copy the installer keeps.
+  if (commandTail.find_first_not_of(" \t") == std::string::npos && HasAppendedMedium(ownPath)) {
+    LoadDllsFromSystemOnly();
+    return RunOneFile(ownPath, commandTail, ShowMessage, [&](const std::string& medium) {
+      uint32_t engineExit = 0;
+      const int started = Bootstrap(medium, InstallerFolder(), ShowMessage, &engineExit);
+      return started == kOk ? static_cast<int>(engineExit) : started;
+    });
+  }
   Arguments args = ParseArguments(commandTail);
   switch (args.role) {
     case Role::Bootstrap: {
+      LoadDllsFromSystemOnly();
       const std::string medium = modTools::ParentFolder(ownPath);
       const std::string folder = InstallerFolder();
       const std::string source = modTools::JoinPath(medium, kInstallerName);

@@ -2,7 +2,8 @@
 // setup.exe is one small program with three roles, chosen by its arguments:
 //   (none)                        the medium's start: puts KVSetup.exe into the
 //                                 installer folder when needed and starts it
-//                                 with -ifp "<medium folder>";
+//                                 with -ifp "<medium folder>"; a one-file
+//                                 medium (OneFile.h) is unpacked first;
 //   "<file>" /r  |  "<file>" /u   as dllregsv.exe: registers or unregisters a
 //                                 component library (no window);
 //   /quiet, /passive, /log ... (our switches first, see startup/Switches.h)
@@ -55,8 +56,10 @@ bool NeedsCopy(const std::string& source, const std::string& target);
 int PlaceInstaller(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell);
 
 // The medium's start: `mediumFolder` holds setup.exe and KVSetup.exe;
-// `installerFolder` ends in "\".
-int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell);
+// `installerFolder` ends in "\". With `engineExit` the call waits until the
+// installer has ended and stores its exit code there.
+int Bootstrap(const std::string& mediumFolder, const std::string& installerFolder, const Tell& tell,
+              uint32_t* engineExit = nullptr);
 
 // DllRegisterServer / DllUnregisterServer of `file`.
 int RegisterServer(const std::string& file, bool unregister);
