@@ -82,6 +82,12 @@ bool UnregisterFile(Session& session, CFile& file, bool keepFile) {
   const std::string path = modTools::JoinPath(file.InstalledIn, file.DestinationName);
   if (file.SharedFile && !modTools::ReleaseSharedFileReference(path)) return false;
 
+  // An empty InstalledIn is the record of a "DontOverwrite" file that was
+  // found elsewhere and left alone: the package never put it anywhere, and
+  // the joined path "\name" names a file at the root of the current drive.
+  // The record and the shared count (raised under the same path) follow the
+  // rules; the file itself is nobody's to unregister or delete here.
+  if (file.InstalledIn.empty()) return true;
   UnregisterComponent(session, path, file.Register);
   if (!keepFile && !DeleteFileW(win::Widen(path).c_str())) session.FilesLeft = true;
   return true;

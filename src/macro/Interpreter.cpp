@@ -6,6 +6,7 @@
 #include "macro/CommandContext.h"
 #include "macro/MacroCommands.h"
 #include "package/CPackage.h"
+#include "package/Text.h"
 #include "session/Session.h"
 
 namespace kv {
@@ -17,7 +18,14 @@ std::string CommandContext::Param(std::string_view name, std::string_view def) c
 }
 
 std::string CommandContext::PathParam(std::string_view name) const {
-  return modInstall::ExpandPath(session, Param(name), &package);
+  std::string raw = Param(name);
+  // "*appdir*" expands to the installation folder, which is empty until the
+  // path page has run (a rollback of an early macro's work, an uninstallation
+  // of a kept cancelled run). "*appdir*\x" would then name "\x" at the root
+  // of the current drive, a file the package never put there: the command is
+  // refused without a word. The expansion itself stays as defined.
+  if (package.InstalledIn.empty() && LowerCase(raw).find("*appdir*") != std::string::npos) throw NoFolderYet{};
+  return modInstall::ExpandPath(session, raw, &package);
 }
 
 void CommandContext::SetMessage(std::string_view text, std::string_view path) {
@@ -58,6 +66,8 @@ class Interpreter {
                              [this](const CStructuredFileGroup& body) { Walk(body); }};
       try {
         Perform(info->command, context);
+        return;
+      } catch (const NoFolderYet&) {
         return;
       } catch (...) {
         if (info->silent) return;
