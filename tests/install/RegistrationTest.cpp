@@ -193,6 +193,7 @@ TEST_F(RegistrationTest, UnregisterFileLeavesWhatItMustLeave) {
   {  // a "DontOverwrite" file found elsewhere: its empty folder joins to "\name"
     AtDriveRoot foreign(Scratch.Path(), "bleibt.dat");
     f.Installed = 1;
+    f.SharedFile = false;
     f.InstalledIn.clear();
     EXPECT_TRUE(UnregisterFile(session, f, false));
     EXPECT_EQ(f.Installed, 0);
