@@ -1,12 +1,12 @@
 // The macro interpreter: walks a macro group and runs its commands.
 #include "macro/Interpreter.h"
 
+#include "base/Text.h"
 #include "install/InstallFile.h"
 #include "install/ExpandPath.h"
 #include "macro/CommandContext.h"
 #include "macro/MacroCommands.h"
 #include "package/CPackage.h"
-#include "package/Text.h"
 #include "session/Session.h"
 
 namespace kv {
