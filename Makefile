@@ -3,7 +3,7 @@ SHELL := /bin/bash
 .DEFAULT_GOAL := test
 JOBS ?= 2
 
-.PHONY: deps test test-native test-windows build-native build-windows demo fuzz bench stats clean
+.PHONY: deps test test-native test-windows build-native build-windows demo fuzz bench stats reliability clean
 
 deps:
 	@scripts/install-deps.sh
@@ -34,6 +34,11 @@ fuzz: deps
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
 	@scripts/run-fuzz.sh build/fuzz $${FUZZ_SECONDS:-60}
+
+# Every cancel point, the empty-folder guards and the fuzz targets, bounded;
+# each campaign prints "N passed, M failed".
+reliability: deps
+	@scripts/reliability.sh
 
 # Native benchmarks from a release build, then the Windows ones under wine.
 bench: build-windows

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs every libFuzzer target of a fuzz build for the given number of seconds
-# each, starting from the seed corpus in fuzz/corpus/. New inputs go to a
+# each, starting from its seed corpus in fuzz/corpus/<target>/. New inputs go to a
 # working corpus inside the build folder, so the seeds in the repository stay
 # as they are; crashes land in <build>/fuzz-artifacts/.
 #   scripts/run-fuzz.sh build/fuzz 60
@@ -27,10 +27,11 @@ for target in $targets; do
   # -timeout: an input that takes longer than 10 s counts as a hang;
   # -rss_limit_mb: a blow-up counts as a finding, not as a slow machine.
   if ! "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
-       -print_final_stats=1 -artifact_prefix="$artifacts" "$work" "$root/fuzz/corpus" >"$log" 2>&1; then
+       -print_final_stats=1 -artifact_prefix="$artifacts" "$work" "$root/fuzz/corpus/$name" >"$log" 2>&1; then
     status=1
     echo "run-fuzz: $name found a problem; see $log and $artifacts" >&2
   fi
   grep -E '^stat::number_of_executed_units|^stat::peak_rss_mb|^#[0-9]+.*DONE' "$log" || tail -n 5 "$log"
+  echo "corpus: $(find "$work" -type f | wc -l) inputs in $work"
 done
 exit $status

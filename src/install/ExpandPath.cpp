@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "install/Placeholders.h"
 #include "package/CPackage.h"
 #include "platform/SpecialFolders.h"
 #include "platform/WinString.h"
@@ -11,41 +12,23 @@ namespace kv::modInstall {
 
 namespace {
 
-// Lower-casing that keeps every UTF-16 unit in place, so positions found in
-// the lower-case text are valid in the original.
+// The system's lower-casing: one UTF-16 unit for one.
 std::wstring Lower(std::wstring text) {
   if (!text.empty()) CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
   return text;
 }
 
-// Every occurrence of `lowerPattern` in `text`, compared without regard to
-// case, replaced by `replacement`; the replacement itself is not searched again.
-std::wstring ReplaceNoCase(const std::wstring& text, const std::wstring& lowerPattern, const std::wstring& replacement) {
-  const std::wstring lower = Lower(text);
-  std::wstring result;
-  size_t from = 0;
-  for (size_t hit; (hit = lower.find(lowerPattern, from)) != std::wstring::npos; from = hit + lowerPattern.size())
-    result.append(text, from, hit - from).append(replacement);
-  result.append(text, from, std::wstring::npos);
-  return result;
-}
-
 }  // namespace
 
 std::string ExpandPath(const Session& session, const std::string& path, const CPackage* package) {
-  std::wstring working = win::Widen(path);
-  // The decision which placeholders to expand is taken on the text as given,
-  // so a folder that happens to contain a placeholder-like name cannot trigger
-  // another expansion on its own.
-  const std::wstring given = Lower(working);
-  auto expand = [&](const wchar_t* placeholder, const std::string& value) {
-    if (given.find(placeholder) != std::wstring::npos) working = ReplaceNoCase(working, placeholder, win::Widen(value));
+  if (path.find('*') == std::string::npos) return path;  // every placeholder has one
+  std::vector<Placeholder> placeholders{
+      {L"*programs*", win::Widen(session.ProgramFilesDir)},
+      {L"*windir*", win::Widen(modSpclFolder::GetWindowsFolder())},
+      {L"*winsysdir*", win::Widen(modSpclFolder::GetSystemFolder())},
   };
-  expand(L"*programs*", session.ProgramFilesDir);
-  expand(L"*windir*", modSpclFolder::GetWindowsFolder());
-  expand(L"*winsysdir*", modSpclFolder::GetSystemFolder());
-  if (package) expand(L"*appdir*", package->InstalledIn);
-  return win::Narrow(working);
+  if (package) placeholders.push_back({L"*appdir*", win::Widen(package->InstalledIn)});
+  return win::Narrow(ExpandPlaceholders(win::Widen(path), placeholders, Lower));
 }
 
 }  // namespace kv::modInstall

@@ -491,11 +491,17 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   dropTempFile();
   if (!success) return;
 
+  // A "DontOverwrite" file found elsewhere ends the first pass before the
+  // actual folder is known: finalPath is then "\name" at the root of the
+  // current drive, which is not the file that was found and not ours to stamp
+  // or register. It is still counted and recorded (InstalledIn empty) as the
+  // rules say; the uninstallation skips it on the same reading.
+  const bool folderKnown = !actualFolder.empty();
   // A fresh copy loses its attributes; every outcome gets its creation time.
-  if (!stamped) modTools::StampCreationTime(finalPath, PresentLocalTime(), installedFresh);
+  if (folderKnown && !stamped) modTools::StampCreationTime(finalPath, PresentLocalTime(), installedFresh);
   if (sharedFile) modTools::AddSharedFileReference(finalPath, existed);
 
-  while (RegisterFile(session, finalPath, registerKind) != 0) {
+  while (folderKnown && RegisterFile(session, finalPath, registerKind) != 0) {
     if (AskDuringCopy(session, package, "Beim Registrieren von " + destName + " ist ein Fehler aufgetreten.") !=
         kRetry) {
       logOutcome.outcome = "nicht registriert";

@@ -86,6 +86,12 @@ bool UnregisterFile(Session& session, CFile& file, bool keepFile) {
     return false;
   }
 
+  // An empty InstalledIn is the record of a "DontOverwrite" file that was
+  // found elsewhere and left alone: the package never put it anywhere, and
+  // the joined path "\name" names a file at the root of the current drive.
+  // The record and the shared count (raised under the same path) follow the
+  // rules; the file itself is nobody's to unregister or delete here.
+  if (file.InstalledIn.empty()) return true;
   UnregisterComponent(session, path, file.Register);
   if (keepFile) return true;
   if (DeleteFileW(win::Widen(path).c_str())) {

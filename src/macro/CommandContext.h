@@ -16,6 +16,10 @@ class CStructuredFileGroup;
 
 namespace kv::macro {
 
+// Thrown by PathParam for a path built on an installation folder that is
+// still empty; the interpreter skips the command without asking.
+struct NoFolderYet {};
+
 struct CommandContext {
   Session& session;
   CPackage& package;
@@ -27,7 +31,8 @@ struct CommandContext {
   std::function<void(const CStructuredFileGroup&)> walk;
 
   std::string Param(std::string_view name, std::string_view def = {}) const;
-  // The parameter with the path placeholders expanded for the package.
+  // The parameter with the path placeholders expanded for the package;
+  // NoFolderYet when it needs the installation folder and there is none.
   std::string PathParam(std::string_view name) const;
   // errorMessage := text + CR LF + path.
   void SetMessage(std::string_view text, std::string_view path);

@@ -50,6 +50,8 @@ void RunFileCommand(Command command, CommandContext& c) {
   switch (command) {
     case Command::InstallFile: {
       std::string toPath = c.PathParam("ToPath");
+      // No folder given means the installation folder: the same refusal.
+      if (toPath.empty() && c.package.InstalledIn.empty()) throw NoFolderYet{};
       modInstall::InstallFile(c.session, c.package, c.Param("SrcName"), c.package.SourcePath, c.Param("DestName"),
                               toPath, /*sharedFile=*/false, /*registerKind=*/0, /*dontOverwrite=*/false,
                               /*pending=*/nullptr);

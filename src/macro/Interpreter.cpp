@@ -1,6 +1,7 @@
 // The macro interpreter: walks a macro group and runs its commands.
 #include "macro/Interpreter.h"
 
+#include "base/Text.h"
 #include "install/InstallFile.h"
 #include "install/ExpandPath.h"
 #include "macro/CommandContext.h"
@@ -17,7 +18,14 @@ std::string CommandContext::Param(std::string_view name, std::string_view def) c
 }
 
 std::string CommandContext::PathParam(std::string_view name) const {
-  return modInstall::ExpandPath(session, Param(name), &package);
+  std::string raw = Param(name);
+  // "*appdir*" expands to the installation folder, which is empty until the
+  // path page has run (a rollback of an early macro's work, an uninstallation
+  // of a kept cancelled run). "*appdir*\x" would then name "\x" at the root
+  // of the current drive, a file the package never put there: the command is
+  // refused without a word. The expansion itself stays as defined.
+  if (package.InstalledIn.empty() && LowerCase(raw).find("*appdir*") != std::string::npos) throw NoFolderYet{};
+  return modInstall::ExpandPath(session, raw, &package);
 }
 
 void CommandContext::SetMessage(std::string_view text, std::string_view path) {
@@ -59,6 +67,8 @@ class Interpreter {
       try {
         Perform(info->command, context);
         session_.Log("Makro: " + Describe(group) + " - ausgeführt");
+        return;
+      } catch (const NoFolderYet&) {
         return;
       } catch (...) {
         session_.Log("Makro: " + Describe(group) + " - fehlgeschlagen" + (info->silent ? " (ohne Rückfrage)" : ""));

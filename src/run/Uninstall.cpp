@@ -127,6 +127,36 @@ void RemoveFolder(Session& session, const std::string& folder, bool quiet) {
   if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) session.FolderLeft = true;
 }
 
+void ReleaseFilesKeptForUpdate(Session& session, CPackage& old, CPackage& replacing) {
+  for (size_t i = 0; i < old.Files.size(); ++i) {
+    Step([&] {
+      CFile& file = *old.Files[i];
+      const std::shared_ptr<CFile>* taken = replacing.Files.Find(file.Name);
+      if (file.Installed <= 0 || !taken) return;
+      const std::string path = modTools::JoinPath(file.InstalledIn, file.DestinationName);
+      if (*taken && (*taken)->Installed > 0) {
+        // The new version found the old copy and counted it as somebody
+        // else's use: that was the old version, which is gone now. The new
+        // version's removal then deals with the file.
+        if (file.SharedFile) modTools::ReleaseSharedFileReference(path);
+        file.Installed = 0;
+        return;
+      }
+      if (file.SharedFile) {
+        // Its count was lowered when the old version went; a count still
+        // there means other programs use the file.
+        if (modRegTools::GetNumber(modTools::kSharedDllsKey, path, 0, HKEY_LOCAL_MACHINE) > 0) return;
+        CFile uncounted = file;
+        uncounted.SharedFile = false;
+        UnregisterFile(session, uncounted, /*keepFile=*/false);
+        file.Installed = 0;
+        return;
+      }
+      UnregisterFile(session, file, /*keepFile=*/false);
+    });
+  }
+}
+
 void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPackage* newPackage,
                bool keepPackageData, bool fileFlag, bool skipLinks) {
   UserInteraction& ui = session.Ui;

@@ -31,6 +31,15 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
 // the call is not quiet, session.FolderLeft is set.
 void RemoveFolder(Session& session, const std::string& folder, bool quiet);
 
+// After an update was rolled back: the old version's files that the new one
+// brings again were left on disk for it to take over (see Uninstall with a
+// new package). Those the new version has not taken over yet belong to
+// nobody and go with their registrations (a shared one only when no other
+// program still counts on it); of those taken over, a shared file's count
+// loses the use that stood for the old version, and the new version's
+// removal deals with the file.
+void ReleaseFilesKeptForUpdate(Session& session, CPackage& old, CPackage& replacing);
+
 // The helper name under which the copy of dllregsv.exe removes the installer.
 inline constexpr const char* kSelfDeleteHelperName = "DelKVStp.exe";
 

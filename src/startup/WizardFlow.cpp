@@ -85,6 +85,11 @@ void CancelSetup(Session& session, bool unconditional) {
   }
 
   if (rollBack && session.Package) {
+    std::shared_ptr<CPackage> old = session.PackageToRemoveFirst;
+    if (session.IsUpdate && session.InstallationStarted && old && old != session.Package) {
+      // Before the new version's removal, so that its folder can go too.
+      modInstall::ReleaseFilesKeptForUpdate(session, *old, *session.Package);
+    }
     // While the package is registered from an earlier complete installation,
     // its links and registrations belong to that one and must survive.
     modInstall::Uninstall(session, *session.Package, /*skipRegistrations=*/false, /*newPackage=*/nullptr,

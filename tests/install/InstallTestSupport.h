@@ -108,6 +108,24 @@ class HeldOpen {
   HANDLE h_;
 };
 
+// A file "C:\<name>" at the root of the current drive (the scratch folder's),
+// where a path joined to an empty folder value lands; removed afterwards.
+class AtDriveRoot {
+ public:
+  explicit AtDriveRoot(const std::string& scratch, const std::string& name) : path_("C:\\" + name) {
+    SetCurrentDirectoryW(win::Widen(scratch).c_str());
+    HANDLE h = CreateFileW(win::Widen(path_).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    DWORD written = 0;
+    WriteFile(h, "fremd", 5, &written, nullptr);
+    CloseHandle(h);
+  }
+  ~AtDriveRoot() { DeleteFileW(win::Widen(path_).c_str()); }
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
 // A package with its medium, installation folder `App` (not created) and data
 // folder in a scratch folder, an isolated registry and a scripted user. The
 // cancel procedure records how it was called and confirms as told.

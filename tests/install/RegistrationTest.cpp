@@ -170,6 +170,17 @@ TEST_F(RegistrationTest, UnregisterFileLeavesWhatItMustLeave) {
   EXPECT_FALSE(ValueExists(HKEY_LOCAL_MACHINE, modTools::kSharedDllsKey, path));
   EXPECT_FALSE(session.FilesLeft);
 
+  {  // a "DontOverwrite" file found elsewhere: its empty folder joins to "\name"
+    AtDriveRoot foreign(Scratch.Path(), "bleibt.dat");
+    f.Installed = 1;
+    f.SharedFile = false;
+    f.InstalledIn.clear();
+    EXPECT_TRUE(UnregisterFile(session, f, false));
+    EXPECT_EQ(f.Installed, 0);
+    EXPECT_EQ(ReadFileBytes(foreign.Path()), "fremd");
+    f.InstalledIn = App;
+  }
+
   Scratch.WriteFile("Programme\\Testprogramm\\bleibt.dat", "x");  // undeletable: left and flagged
   f.Installed = 1;
   f.SharedFile = false;

@@ -97,5 +97,23 @@ TEST_F(FileCommands, WildcardPathsAreRefusedSilently) {
   EXPECT_EQ(ListFolder(Medium), (std::vector<std::string>{"a.tmp", "b.tmp", "d1"}));
 }
 
+// Before the path page the installation folder is empty and "*appdir*\x"
+// would be "\x" at the root of the current drive: nothing there is touched.
+TEST_F(FileCommands, NoInstallationFolderYetTouchesNothingAtTheDriveRoot) {
+  AtDriveRoot foreign(Scratch.Path(), "kvfremd.txt");
+  Scratch.WriteFile("medium\\neu.txt", "N");
+  Package->InstalledIn.clear();
+  Run("[deletefile]\nPath=*appdir*\\kvfremd.txt\n[/deletefile]\n"
+      "[copyfile]\nFromPath=" + Medium + "\\neu.txt\nToPath=*AppDir*\\kvfremd.txt\n[/copyfile]\n"
+      "[renamefile]\nFromPath=*appdir*\\kvfremd.txt\nToPath=" + Medium + "\\weg.txt\n[/renamefile]\n"
+      "[makedir]\nPath=*appdir*\\kvordner\n[/makedir]\n"
+      "[installfile]\nSrcName=neu.txt\nDestName=kvfremd.txt\n[/installfile]\n"
+      "[makedir]\nPath=" + Medium + "\\danach\n[/makedir]");
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_EQ(ReadFileBytes(foreign.Path()), "fremd");
+  EXPECT_FALSE(Exists("C:\\kvordner"));
+  EXPECT_EQ(ListFolder(Medium), (std::vector<std::string>{"danach", "neu.txt"}));  // the walk went on
+}
+
 }  // namespace
 }  // namespace kv::test

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 #include "install/ExpandPath.h"
 #include "run/InstallPackage.h"
@@ -12,11 +14,14 @@
 #include "platform/FileTools.h"
 #include "platform/RegTools.h"
 #include "platform/SpecialFolders.h"
+#include "platform/WinString.h"
 #include "startup/StartupWorld.h"
 #include "startup/WizardFlow.h"
 
 namespace kv::test {
 namespace {
+
+using namespace std::string_literals;
 
 const MessageBoxRequest kUndoBox{
     "Es wurden bereits Dateien installiert. Möchten Sie die Installation rückgängig machen?\r\n\r\n"
@@ -117,21 +122,6 @@ void Cancel::BeforeTheInstallation(bool afterPath) {
 TEST_F(Cancel, OnTheWelcomePageRollsBackWithoutAQuestion) { BeforeTheInstallation(false); }
 TEST_F(Cancel, AfterThePathPageRollsBackWithoutAQuestion) { BeforeTheInstallation(true); }
 
-TEST_F(Cancel, AfterTheRegistrationPhaseRemovesLinksAndRegistrationsToo) {
-  Session& s = StartNew();
-  Install(-1);
-  ASSERT_FALSE(s.PackageRegistered);
-  ASSERT_TRUE(KeyExists(HKEY_CLASSES_ROOT, "KivraSetup.Link.Demo_1.0"));
-  ASSERT_EQ(modRegTools::GetString("Software\\Kivra\\Demo", "Farbe", "", HKEY_CURRENT_USER), "blau");
-  run->ui.Answer(MsgResult::Yes);
-  modSetup::CancelSetup(s);  // still on the progress page: not finished yet
-  EXPECT_EQ(run->ui.Boxes().size(), 1u);
-  // Also the parents of the uninstall entry, App Paths entry, shared count and the macro's key.
-  ExpectRolledBack({"disk:pf\\Kivra", "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall",
-                    "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\App Paths",
-                    "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs", "HKCU\\Software\\Kivra"});
-}
-
 TEST_F(Cancel, TheEnginesOwnAbortRollsBackWithoutAsking) {
   StartNew();
   Install(1, /*ask=*/false);
@@ -209,6 +199,183 @@ TEST_F(Cancel, MaintenanceCancelEndsWithoutQuestionOrRollback) {
   EXPECT_TRUE(run->ui.Boxes().empty());
   EXPECT_TRUE(run->session.Cancelled);
   EXPECT_TRUE(modTools::FileExists(installFolder + "\\a.txt"));
+}
+
+// ---- The campaign: cancel at every point the progress page offers ----------
+//
+// The user can press "Abbrechen" whenever the engine pumps messages on the
+// progress page: after each file and after each macro of the closing phase
+// (the link class, App Paths and uninstall entry are written in one stretch
+// without a pump, so there is no point between them). Each point runs in a
+// machine of its own. KV_CAMPAIGN=full runs every point; `make test` a sample.
+//
+// What a confirmed rollback may leave behind, and why:
+const std::vector<std::string> kLeftovers{
+    // Parents of keys the installation created and the rollback removed: a
+    // key's removal leaves its parents, which may be shared with others.
+    "HKLM\\Software\\Kivra", "HKLM\\Software\\Kivra\\Setup", "HKLM\\Software\\Kivra\\Setup\\Packages",
+    "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall",
+    "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\App Paths",
+    "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs", "HKCU\\Software\\Kivra",
+    // The parent of the destination folder, made on the way: only the
+    // destination folder itself is recorded as created.
+    "disk:pf\\Kivra",
+    // The self-delete helper, which deletes the installer and is itself
+    // deleted at the next restart, and its stand-in's log.
+    "disk:windows\\DelKVStp.exe", "disk:windows\\DelKVStp.log"};
+
+// A medium shaped like the demo: plain files, a shared one, one in a folder of
+// its own, the program, and macros that copy a file and write the registry.
+const std::vector<MediumFile> kCampaignFiles{{"a.txt", "A"},
+                                             {"b.txt", "B"},
+                                             {"s.dat", "S", "SharedFile=YES\r\n"},
+                                             {"d.txt", "D", "DestinationPath=*appdir*\\Daten\r\n"},
+                                             {"e.txt", "E"},
+                                             {"demo.exe", "MZ"}};
+std::string CampaignIni(const std::string& version) {
+  return SetupIni("Demo", version, kCampaignFiles, "demo.exe",
+                  "<oninstall>\r\n[copyfile]\r\nFromPath=*appdir*\\a.txt\r\nToPath=*appdir*\\Kopie.txt\r\n[/copyfile]\r\n"
+                  "[regsetstring]\r\nKey=HKEY_CURRENT_USER\\Software\\Kivra\\Demo\r\nValue=Farbe\r\nData=blau\r\n"
+                  "[/regsetstring]\r\n</oninstall>\r\n"
+                  "<onfreshinstall>\r\n[regsetdword]\r\nKey=HKEY_CURRENT_USER\\Software\\Kivra\\Demo\r\nValue=Starts\r\n"
+                  "[/regsetdword]\r\n</onfreshinstall>\r\n"
+                  "<oncompleteuninstall>\r\n[silentdeletefile]\r\nPath=*appdir*\\Kopie.txt\r\n[/silentdeletefile]\r\n"
+                  "</oncompleteuninstall>\r\n"
+                  "<regkeys>\r\n[regkey]\r\nName=HKEY_CURRENT_USER\\Software\\Kivra\\Demo\r\n[/regkey]\r\n</regkeys>\r\n");
+}
+constexpr int kCampaignPoints = 8;  // six files, two macros
+
+// The installation as the wizard runs it, from -ifp to the end of the
+// progress page; the user presses "Abbrechen" at pump `cancelAt` (1-based,
+// 0 = never) and answers with `answers`.
+std::unique_ptr<StartRun> RunInstall(StartupWorld& world, const std::string& medium, int cancelAt,
+                                     std::vector<MsgResult> answers, bool update = false) {
+  auto run = world.Start("-ifp \"" + medium + "\"");
+  Session& s = run->session;
+  if (!s.Package) return run;
+  if (update) {  // "update the older version" on the other-version page
+    s.PackageToRemoveFirst = s.OtherPackage;
+    s.IsUpdate = s.ExistingFolder = true;
+    s.Package->InstalledIn = s.OtherPackage->InstalledIn;
+  } else if (s.IsNewInstall) {
+    s.Package->InstalledIn = modInstall::ExpandPath(s, s.Package->DefaultPath, s.Package.get());
+  } else {  // maintenance, "continue the installation"
+    s.PackageToRemoveFirst.reset();
+    s.IsRepair = false;
+    s.ExistingFolder = true;
+  }
+  for (MsgResult a : answers) run->ui.Answer(a);
+  int pumps = 0;
+  run->ui.OnDoEvents = [&] {
+    if (s.CurrentPage == PageId::Installing && ++pumps == cancelAt) modSetup::CancelSetup(s);
+  };
+  modSetup::StartInstallation(s);
+  modInstall::InstallPackage(s, *s.Package, s.IsRepair, update);
+  run->ui.OnDoEvents = nullptr;
+  if (!s.Cancelled) s.Finished = true;
+  return run;
+}
+
+std::vector<int> CampaignPoints() {
+  const char* mode = getenv("KV_CAMPAIGN");
+  if (mode && std::string(mode) == "full") {
+    std::vector<int> all;
+    for (int k = 1; k <= kCampaignPoints; ++k) all.push_back(k);
+    return all;
+  }
+  return {1, 4, kCampaignPoints};
+}
+
+// Everything that changed and is not a documented leftover.
+std::vector<std::string> Unexplained(const Snapshot& before, const Snapshot& after) {
+  std::vector<std::string> out;
+  for (const std::string& change : Changes(before, after))
+    if (std::find(kLeftovers.begin(), kLeftovers.end(), change) == kLeftovers.end()) out.push_back(change);
+  return out;
+}
+
+// A snapshot with the machine's own folder written as "<S>", so that two
+// machines can be compared.
+Snapshot Portable(const Snapshot& snap, const std::string& root) {
+  const std::wstring wide = win::Widen(root);
+  const std::string root16(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t));
+  auto scrub = [](std::string text, const std::string& what, const std::string& by) {
+    for (size_t at; (at = text.find(what)) != std::string::npos;) text.replace(at, what.size(), by);
+    return text;
+  };
+  Snapshot out;
+  for (const auto& [k, v] : snap) out[scrub(k, root, "<S>")] = scrub(scrub(v, root, "<S>"), root16, "<\0S\0>\0"s);
+  return out;
+}
+
+struct Tally {
+  const char* name;
+  int passed = 0, failed = 0;
+  void Count(bool ok) { ok ? ++passed : ++failed; }
+  ~Tally() { printf("%s: %d passed, %d failed\n", name, passed, failed); }
+};
+
+TEST(CancelCampaign, RollbackAtEveryPointLeavesOnlyTheDocumentedLeftovers) {
+  Tally tally{"cancel campaign, rollback"};
+  for (bool update : {false, true}) {
+    for (int point : CampaignPoints()) {
+      SCOPED_TRACE((update ? "update, pump " : "fresh, pump ") + std::to_string(point));
+      StartupWorld world;
+      for (int32_t id : {modSpclFolder::kCommonStartMenu, modSpclFolder::kStartMenu,
+                         modSpclFolder::kCommonDesktopDirectory, modSpclFolder::kDesktopDirectory})
+        modSpclFolder::GetSpecialFolder(nullptr, id, "");
+      const Snapshot before = TakeSnapshot(world.scratch.Path());
+      const std::string medium = world.MakeMedium("medium", CampaignIni("1.0"), kCampaignFiles);
+      std::unique_ptr<StartRun> run;
+      if (update) {
+        RunInstall(world, medium, 0, {});
+        const std::string medium2 = world.MakeMedium("medium2", CampaignIni("2.0"), kCampaignFiles);
+        // Really cancel (the old version is gone), then roll back.
+        run = RunInstall(world, medium2, point, {MsgResult::Yes, MsgResult::Yes}, true);
+      } else {
+        run = RunInstall(world, medium, point, {MsgResult::Yes});
+      }
+      EXPECT_TRUE(run->session.Cancelled);
+      EXPECT_EQ(run->ui.UnusedAnswers(), 0u);
+      ASSERT_FALSE(run->ui.Boxes().empty());
+      EXPECT_EQ(BoxOf(run->ui.Boxes().back().request), BoxOf(kUndoBox));
+      EXPECT_EQ(run->ui.Pages().back(), PageId::Uninstall);
+      WaitForFile(world.windows + "\\DelKVStp.log");  // the helper has done its part
+      // The medium is the user's and stays: compare without it.
+      Snapshot after = TakeSnapshot(world.scratch.Path());
+      std::erase_if(after, [](const auto& e) { return e.first.rfind("disk:medium", 0) == 0; });
+      const std::vector<std::string> left = Unexplained(before, after);
+      EXPECT_EQ(left, std::vector<std::string>{});
+      tally.Count(left.empty() && run->session.Cancelled);
+    }
+  }
+}
+
+// "Nein" in the three-button question keeps the files; the next start offers
+// maintenance, and continuing there ends where an uninterrupted run ends.
+TEST(CancelCampaign, ContinueLaterThenResumeEqualsAnUninterruptedInstallation) {
+  Tally tally{"cancel campaign, continue later"};
+  Snapshot reference;
+  {
+    StartupWorld world;
+    RunInstall(world, world.MakeMedium("medium", CampaignIni("1.0"), kCampaignFiles), 0, {});
+    reference = Portable(TakeSnapshot(world.scratch.Path()), world.scratch.Path());
+  }
+  for (int point : CampaignPoints()) {
+    SCOPED_TRACE("pump " + std::to_string(point));
+    StartupWorld world;
+    const std::string medium = world.MakeMedium("medium", CampaignIni("1.0"), kCampaignFiles);
+    auto first = RunInstall(world, medium, point, {MsgResult::No});
+    EXPECT_TRUE(first->session.Cancelled);
+    first.reset();
+    auto resumed = RunInstall(world, medium, 0, {});
+    EXPECT_EQ(resumed->ui.Pages().front(), PageId::Maintenance);
+    EXPECT_FALSE(resumed->session.Cancelled);
+    const std::vector<std::string> diff =
+        Changes(reference, Portable(TakeSnapshot(world.scratch.Path()), world.scratch.Path()));
+    EXPECT_EQ(diff, std::vector<std::string>{});
+    tally.Count(diff.empty() && !resumed->session.Cancelled);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# The reliability campaigns, each bounded and each ending in a line
+# "<campaign>: N passed, M failed":
+# - cancel with rollback at every point of the progress page, for a fresh
+#   installation and an update, and "continue later" resumed through
+#   maintenance (in-process under wine, KV_CAMPAIGN=full);
+# - the guards against empty folder values (macro and file tests);
+# - the fuzz targets, FUZZ_RUNS executions each (default 2 million).
+# Exit status 0 only when every campaign passed.
+set -uo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+runs=${FUZZ_RUNS:-2000000}
+status=0
+
+cmake --preset windows >/dev/null
+cmake --build --preset windows -j "${JOBS:-2}" --target startup_cancel_test macro_files install_file_test >/dev/null || exit 1
+trap '"$root/scripts/wine-session" stop "$root/build/windows"' EXIT
+
+log=$(mktemp)
+(cd build/windows && KV_CAMPAIGN=full ctest -R '^startup_cancel_test$' -V --timeout 1500) >"$log" 2>&1 || status=1
+grep -oE 'cancel campaign[^:]*: [0-9]+ passed, [0-9]+ failed' "$log" \
+  || { echo "cancel campaign: 0 passed, 1 failed (no summary; see $log)"; status=1; }
+if grep -qE 'cancel campaign.* [1-9][0-9]* failed' "$log"; then status=1; fi
+
+(cd build/windows && ctest -R '^(macro_files|install_file_test)$') >"$log" 2>&1
+passed=$(grep -cE 'Test +#[0-9]+: (macro_files|install_file_test) .*Passed' "$log")
+failed=$((2 - passed))
+echo "empty folder values: $passed passed, $failed failed"
+[ "$failed" -eq 0 ] || { status=1; cp "$log" build/windows/reliability-guards.log; }
+
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j "${JOBS:-2}" >/dev/null || exit 1
+fpassed=0; ffailed=0
+for target in build/fuzz/fuzz/*_fuzz; do
+  name=$(basename "$target")
+  work="build/fuzz/fuzz-corpus/$name"; mkdir -p "$work" "build/fuzz/fuzz-artifacts/$name"
+  if "$target" -runs="$runs" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
+       -artifact_prefix="build/fuzz/fuzz-artifacts/$name/" "$work" "fuzz/corpus/$name" >"$log" 2>&1; then
+    fpassed=$((fpassed + 1))
+  else
+    ffailed=$((ffailed + 1)); status=1
+    echo "$name failed; see build/fuzz/fuzz-artifacts/$name/" >&2
+  fi
+done
+echo "hostile input ($runs runs per target): $fpassed passed, $ffailed failed"
+rm -f "$log"
+exit $status
