@@ -69,8 +69,9 @@ int Preflight(Session& session, const Switches& sw, const modSetup::StartCommand
   const std::string definition = modTools::JoinPath(command.argument, "setup.ini");
   if (!modTools::FileExists(definition)) return 0;  // the start-up reports it
   auto probe = std::make_shared<CPackage>(session.Context());
+  // A damaged file is the start-up's to report.
   try {
-    probe->Load(definition);
+    if (!probe->Load(definition)) return 0;
   } catch (...) {
     return 0;
   }

@@ -178,9 +178,10 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
       {PageId::Installing, {{id::frmInstalling_lblText, "Die Dateien werden Installiert, bitte warten Sie..."},
                             {id::frmInstalling_cmdCancel, "Abbrechen"}},
        [&](HWND h) {
-         if (h && KillTimer(h, 1)) ui.ReportProgress(3, 8, "demo.exe");  // the run itself is not started
-         if (h) EXPECT_EQ(SendMessageW(GetDlgItem(h, id::progress_barProgress), PBM_GETPOS, 0, 0), 3);
-         if (h) EXPECT_EQ(TextOf(GetDlgItem(h, id::progress_lblFile)), "demo.exe");
+         if (!h) return;
+         if (KillTimer(h, 1)) ui.ReportProgress(3, 8, "demo.exe");  // the run itself is not started
+         EXPECT_EQ(SendMessageW(GetDlgItem(h, id::progress_barProgress), PBM_GETPOS, 0, 0), 3);
+         EXPECT_EQ(TextOf(GetDlgItem(h, id::progress_lblFile)), "demo.exe");
        }},
       {PageId::Links, {{id::frmLinks_lblWelcome, "beim Start von Windows"}}},
       {PageId::Finished, {{id::frmFinished_chkStartProg, "Programm jetzt starten"}}},

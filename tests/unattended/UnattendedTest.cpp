@@ -47,7 +47,9 @@ TEST(UnattendedUi, AnswersEveryQuestionAndLogsIt) {
     EXPECT_EQ(ui.MsgBox(box), row.answer) << static_cast<int>(row.buttons);
     ASSERT_FALSE(log.lines.empty());
     EXPECT_EQ(log.lines[row.failedBefore ? 1 : 0].find("Frage: Frage eins -> Antwort: "), 0u) << log.lines[0];
-    if (row.buttons == MsgButtons::AbortRetryIgnore) EXPECT_EQ(ui.Failure(), "Frage eins");
+    if (row.buttons == MsgButtons::AbortRetryIgnore) {
+      EXPECT_EQ(ui.Failure(), "Frage eins");
+    }
   }
   UnattendedUi ui;
   EXPECT_EQ(ui.AskConflict({"Konflikt", "alt", "neu", "?"}), ConflictAnswer::KeepInstalled);

@@ -268,6 +268,8 @@ int StartWithSwitches(const std::string& medium, const modSetup::Switches& sw, c
   return static_cast<int>(code);
 }
 
+}  // namespace
+
 int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) {
   using namespace modSetup::exitcode;
   const modSetup::Switches sw = modSetup::ParseSwitches(commandTail, modSetup::SwitchHost::SetupExe);
@@ -309,8 +311,6 @@ int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) 
   }
   return StartWithSwitches(medium, sw, tell);
 }
-
-}  // namespace
 
 int Run(const std::string& commandTail, const std::string& ownPath) {
   if (modSetup::BeginsWithSwitch(commandTail)) {
