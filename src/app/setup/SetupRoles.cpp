@@ -270,19 +270,11 @@ int StartWithSwitches(const std::string& medium, const modSetup::Switches& sw, c
 
 }  // namespace
 
-int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) {
+namespace {
+
+int RunWithSwitchesChecked(const modSetup::Switches& sw, const std::string& commandTail, const std::string& ownPath,
+                           const Tell& tell) {
   using namespace modSetup::exitcode;
-  const modSetup::Switches sw = modSetup::ParseSwitches(commandTail, modSetup::SwitchHost::SetupExe);
-  // setup.exe writes the log only when it ends the run itself; otherwise
-  // the installer writes it from the start.
-  const Tell tell = [&](const std::string& why) {
-    modTools::LogFile log;
-    if (!sw.logFile.empty() && modTools::LogFolderExists(sw.logFile) && log.Open(sw.logFile)) {
-      log.Line("Befehlszeile: " + commandTail);
-      log.Line("Abbruch: " + why);
-    }
-    if (!sw.Unattended()) ShowMessage(why);
-  };
   if (!sw.error.empty()) return tell(sw.error), kBadSwitches;
   if (!sw.logFile.empty() && !modTools::LogFolderExists(sw.logFile)) {
     return tell("Der Ordner für die Protokolldatei existiert nicht: " + sw.logFile), kBadSwitches;
@@ -310,6 +302,27 @@ int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) 
     return static_cast<int>(code);
   }
   return StartWithSwitches(medium, sw, tell);
+}
+
+}  // namespace
+
+int RunWithSwitches(const std::string& commandTail, const std::string& ownPath) {
+  const modSetup::Switches sw = modSetup::ParseSwitches(commandTail, modSetup::SwitchHost::SetupExe);
+  // A problem setup.exe meets itself ends the run before the installer starts
+  // (which would write the log from the start): setup.exe then writes it.
+  std::string problem;
+  const Tell tell = [&](const std::string& why) {
+    if (problem.empty()) problem = why;
+    if (!sw.Unattended()) ShowMessage(why);
+  };
+  const int code = RunWithSwitchesChecked(sw, commandTail, ownPath, tell);
+  modTools::LogFile log;
+  if (!problem.empty() && !sw.logFile.empty() && modTools::LogFolderExists(sw.logFile) && log.Open(sw.logFile)) {
+    log.Line("Befehlszeile: " + commandTail);
+    log.Line("Abbruch: " + problem);
+    log.Line("Exitcode: " + std::to_string(code));
+  }
+  return code;
 }
 
 int Run(const std::string& commandTail, const std::string& ownPath) {
