@@ -7,15 +7,32 @@
 
 #include "OsFiles.h"
 #include "ProductLoad.h"
-#include "Sha256.h"
 #include "ZipListing.h"
 #include "base/Text.h"
+#include "onefile/Sha256.h"
 #include "package/CPackage.h"
 #include "package/UninstallNames.h"
 
 namespace kvpack {
 
 namespace {
+
+// The SHA-256 of a whole file as 64 upper-case hex digits (the manifest's
+// form); empty when it cannot be read.
+std::optional<std::string> Sha256OfFile(const std::string& path) {
+  std::ifstream in(os::ToPath(path), std::ios::binary);
+  if (!in) return {};
+  kv::onefile::Sha256 sha;
+  std::vector<char> chunk(1 << 20);
+  while (in) {
+    in.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+    sha.Update(chunk.data(), static_cast<size_t>(in.gcount()));
+  }
+  if (in.bad()) return {};
+  std::string hex = kv::onefile::ToHex(sha.Finish());
+  for (char& c : hex) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return hex;
+}
 
 // What KVSetup's unattended mode understands (README, "Unattended
 // installation"), the same for every package.

@@ -2,7 +2,8 @@
 # The demo package as one downloaded setup.exe: a flipped byte ends with the
 # damage message and no change; a cancel and an installation leave no
 # unpacked folder behind; the installation equals the folder medium's (files,
-# registry, status.ini apart from SourcePath, which names the download).
+# registry, status.ini apart from SourcePath, which names the download);
+# /quiet through the download returns the engine's exit codes.
 . "$(dirname "$0")/../lib.sh" "$1" onefile
 reset_machine
 medium=$(make_medium demo) || exit 1
@@ -62,4 +63,18 @@ snapshot >"$WORK/onefile.snap"
 diff -u "$WORK/folder.snap" "$WORK/onefile.snap" >&2 || fail "the one-file medium installed something else"
 status_ini 'Kivra Demo_1.0' | grep -qiF "SourcePath=$(winpath "$download")" \
   || fail "SourcePath is not the downloaded file: $(status_ini 'Kivra Demo_1.0' | grep -i SourcePath)"
+
+# Without a person: the damage ends with 1603 and a log line, a bad switch
+# with 87, an installation with the engine's 0; no private folder is left.
+reset_machine
+mkdir -p "$LOGS"
+unattended 1603 "\"$(winpath "$bad")\" /quiet /log \"$LOGS_WIN\\damaged.log\""
+need_log "$LOGS/damaged.log" "ist beschädigt oder unvollständig" "Exitcode: 1603"
+no_path "$PF/Kivra"
+unattended 87 "\"$(winpath "$download")\" /quiet /bogus /log \"$LOGS_WIN\\bad.log\""
+need_log "$LOGS/bad.log" "Unbekannter Schalter: /bogus" "Exitcode: 87"
+unattended 0 "\"$(winpath "$download")\" /quiet /log \"$LOGS_WIN\\quiet.log\""
+need_log "$LOGS/quiet.log" "Modus: ohne Fenster (/quiet)" "Exitcode: 0"
+check_demo_installed 0
+[ -z "$(unpacked)" ] || fail "unpacked folder after the quiet installation: $(unpacked)"
 say "ok"
