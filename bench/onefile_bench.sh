@@ -38,8 +38,11 @@ PY
   printf '<header>\r\n Name=Kivra Bench\r\n Caption=Kivra Bench 1.0\r\n Version=1.0\r\n'
   printf ' DefaultPath=*programs*\\Kivra\\Bench\r\n</header>\r\n<files>\r\n'
   for f in "$pkg"/files/klein/* "$pkg"/files/gross/*; do
+    # The destination name defaults to the whole Name, and the version
+    # functions do not make folders: each subfolder is named as the path.
     rel=${f#$pkg/files/}
-    printf ' [file]\r\n  Name=%s\r\n [/file]\r\n' "${rel//\//\\}"
+    printf ' [file]\r\n  Name=%s\r\n  DestinationName=%s\r\n  DestinationPath=*appdir*\\%s\r\n [/file]\r\n' \
+      "${rel//\//\\}" "${rel#*/}" "${rel%%/*}"
   done
   printf '</files>\r\n'
 } >"$pkg/setup.ini"

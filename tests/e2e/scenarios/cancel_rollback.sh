@@ -28,12 +28,6 @@ drv click frmEULA 710 wait frmInstalling 30 waitfile 'C:\Kivra-e2e\Ziel\demo.exe
 shot frmInstalling-cancel
 drv box "Es wurden bereits Dateien installiert" 6 60 || fail "rollback question"
 drv none 120 || fail "the wizard did not end after the rollback"
-for _ in $(seq 1 120); do [ -e "$SETUP_DIR" ] || break; sleep 0.5; done
 no_path "$C/Kivra-e2e/Ziel"
-no_path "$SETUP_DIR"
-left=$(find "$PF/Kivra" -type f 2>/dev/null)
-[ -z "$left" ] || fail "files left: $left"
-no_reg HKLM 'Software\Kivra\Setup\Packages\Kivra Demo_1.0'
-no_reg HKLM 'Software\Microsoft\Windows\CurrentVersion\Uninstall\Kivra Setup - Kivra Demo_1.0'
-no_reg HKCR .kvsetuplink_KivraDemo_1_0
+check_demo_removed
 say "ok"
