@@ -16,7 +16,8 @@ shot program
 drv nobox 2 || fail "a message box appeared"
 if drv list | grep -q 'KVSetup\.'; then fail "the installer showed a window"; fi
 # The installer only launched the program and has ended by itself.
-for _ in $(seq 1 100); do prefix_process_running 'KVSetup\.exe -o' || break; sleep 0.3; done
+# (A loaded machine may need a while.)
+for _ in $(seq 1 200); do prefix_process_running 'KVSetup\.exe -o' || break; sleep 0.3; done
 prefix_process_running 'KVSetup\.exe -o' && fail "KVSetup.exe -o is still running"
 drv closewin KivraBeispiel
 say "ok"
