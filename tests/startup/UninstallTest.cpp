@@ -83,7 +83,7 @@ TEST_F(Uninstalling, TheLastPackageTakesTheInstallerWithIt) {
   // once the last page has closed.
   EXPECT_TRUE(s.SelfRemovalPending);
   EXPECT_EQ(ReadFileBytes(world.windows + "\\DelKVStp.exe"), ReadFileBytes(RecorderExe()));
-  EXPECT_TRUE(modTools::FileExists(world.appDir + "KVSetup.exe"));
+  EXPECT_TRUE(modTools::FileExists(world.appDir + "KVSetup.exe") && !modTools::FileExists(world.appDir + "dllregsv.exe"));
   modSetup::StartSelfRemoval(s);
   EXPECT_FALSE(s.SelfRemovalPending);
   EXPECT_NE(WaitForFile(world.windows + "\\DelKVStp.log").find("/d \""), std::string::npos);
