@@ -1,5 +1,5 @@
 // The one-file medium from both ends: kvpack's writer packs a scratch medium
-// onto the real setup.exe, the start unpacks it (in-process). A damaged file
+// onto the real setup.exe, the start checks it (in-process). A damaged file
 // must end with the damage message before anything is unpacked or run.
 #include <windows.h>
 
@@ -52,14 +52,7 @@ class OneFile : public testing::Test {
   }
   int Run(std::vector<std::string>& told, bool& ran) {
     return setupexe::RunOneFile(download, "", [&](const std::string& text) { told.push_back(text); },
-                                [&](const std::string& folder) {
-                                  ran = true;
-                                  for (const auto& [name, bytes] : files)
-                                    EXPECT_EQ(ReadFileBytes(folder + "\\" + name), bytes) << name;
-                                  EXPECT_EQ(ReadFileBytes(folder + "\\KVSetup.origin"), download);
-                                  EXPECT_EQ(UnpackedFolders(), before + 1);
-                                  return 42;  // the installer's exit code
-                                });
+                                [&](const std::string&) { return ran = true, 42; });
   }
 
   ScratchFolder dir;
@@ -68,17 +61,8 @@ class OneFile : public testing::Test {
   int before = UnpackedFolders();
 };
 
-TEST_F(OneFile, UnpacksRunsAndRemovesItsFolder) {
-  std::vector<std::string> told;
-  bool ran = false;
-  EXPECT_EQ(Run(told, ran), 42);
-  EXPECT_TRUE(ran);
-  EXPECT_TRUE(told.empty());
-  EXPECT_EQ(UnpackedFolders(), before);
-  EXPECT_TRUE(setupexe::HasAppendedMedium(download));
-  EXPECT_FALSE(setupexe::HasAppendedMedium(KV_SETUP_EXE));
-}
-
+// Unpacking, running and removing the private folder run end to end (one-file
+// scenario); here every kind of damage, found before anything is unpacked.
 TEST_F(OneFile, ADamagedDownloadIsToldAndNothingRuns) {
   struct Case {
     const char* what;

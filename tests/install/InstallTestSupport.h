@@ -1,6 +1,6 @@
 #pragma once
-// Shared scaffolding of the file-installation tests: a scripted user that can
-// act while a box is up, a package in a scratch folder, small file helpers.
+// Shared scaffolding of the file-installation tests: a package in a scratch
+// folder with a scripted user, small file helpers.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -22,24 +22,6 @@
 #include "support/VersionFixtures.h"
 
 namespace kv::test {
-
-// The scripted user; `BeforeBox` runs while a box is on screen (the "user"
-// fixes the problem), and the pointer seen at each question is kept.
-class ActingUi : public ScriptedUi {
- public:
-  std::function<void(const MessageBoxRequest&)> BeforeBox;
-  std::vector<MousePointer> PointerAtBox;
-
-  MsgResult MsgBox(const MessageBoxRequest& request) override {
-    PointerAtBox.push_back(GetMousePointer());
-    if (BeforeBox) BeforeBox(request);
-    return ScriptedUi::MsgBox(request);
-  }
-  ConflictAnswer AskConflict(const ConflictQuestion& question) override {
-    PointerAtBox.push_back(GetMousePointer());
-    return ScriptedUi::AskConflict(question);
-  }
-};
 
 inline const std::string kAriTail =
     "\r\n\r\n- Klicken Sie auf Abbrechen, um die Installation abzubrechen.\r\n"
@@ -181,7 +163,7 @@ class InstallFixture : public ::testing::Test {
 
   RegistryGuard Registry;
   ScratchFolder Scratch;
-  ActingUi ui;
+  ScriptedUi ui;
   Session session{ui};
   std::shared_ptr<CPackage> Package;
   std::string Medium, PackageData, App;

@@ -87,7 +87,7 @@ TEST_F(FileCommands, WildcardPathsAreRefusedSilently) {
   Scratch.WriteFile("medium\\b.tmp", "B");
   Scratch.MakeFolder("medium\\d1");
   Run("[deletefile]\nPath=" + Medium + "\\*.tmp\n[/deletefile]\n"
-      "[silentdeletefile]\nPath=" + Medium + "\\?.tmp\n[/silentdeletefile]\n"
+      "[deletefile]\nPath=" + Medium + "\\?.tmp\n[/deletefile]\n"
       "[removedir]\nPath=" + Medium + "\\d?\n[/removedir]\n"
       "[deletefile]\nPath=   \n[/deletefile]\n"
       "[deletefile]\n[/deletefile]\n"

@@ -30,24 +30,6 @@ class PackageStatusTest : public ::testing::Test {
   CPackage package{ui.Context()};
 };
 
-TEST_F(PackageStatusTest, HeaderDefaultsAndWhatAMissingOrDamagedFileLeaves) {
-  struct { const char* status; const char* installedIn; const char* sourcePath; } cases[] = {
-      {nullptr, "", "E:\\"},  // no status.ini: not installed, the source stays
-      {"<files>\r\n</files>\r\n", "C:\\alt", "E:\\"},  // no header: both stay
-      {"<Header>\r\n</Header>\r\n", "*programs*\\Helfer", "d:"},  // placeholders stay unexpanded
-      {"<header>\r\n InstalledIn=C:\\X\r\n</header>\r\n<files>\r\n [file]\r\n</files>\r\n", "C:\\X", "d:"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.status ? c.status : "(none)");
-    if (c.status) dir.Write("status.ini", c.status);
-    package.InstalledIn = "C:\\alt";
-    package.SourcePath = "E:\\";
-    package.Load2();
-    EXPECT_EQ(package.InstalledIn + "|" + package.SourcePath, std::string(c.installedIn) + "|" + c.sourcePath);
-  }
-  EXPECT_TRUE(ui.ui.Boxes().empty());
-}
-
 TEST_F(PackageStatusTest, FileRecordsMatchByNameWithoutRegardToCase) {
   dir.Write("status.ini",
             Utf8ToAnsi("<header>\r\n InstalledIn=C:\\Helfer\r\n</header>\r\n"

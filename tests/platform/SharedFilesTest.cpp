@@ -43,26 +43,5 @@ TEST(SharedFiles, AddAndRelease) {
   EXPECT_FALSE(ReleaseSharedFileReference(""));
 }
 
-TEST(SharedFiles, CountFoundOnlyUnderTheShortName) {
-  test::RegistryGuard guard;
-  test::ScratchFolder dir;
-  const std::string longName = dir.WriteFile("Gemeinsame Bibliothek.dll", "x"), shortName = GetShortPath(longName);
-  ASSERT_NE(shortName, longName);
-  ASSERT_FALSE(shortName.empty());
-  SetCount(shortName, 3);
-  EXPECT_FALSE(ReleaseSharedFileReference(longName));
-  EXPECT_EQ(Count(longName), 2);   // written under the long name ...
-  EXPECT_EQ(Count(shortName), 3);  // ... the short one stays as it was
-  modRegTools::Delete(kSharedDllsKey, longName, HKEY_LOCAL_MACHINE);
-  SetCount(shortName, 1);
-  EXPECT_TRUE(ReleaseSharedFileReference(longName));
-  EXPECT_EQ(Count(shortName), 1);
-  EXPECT_EQ(Count(longName), kMissing);
-  SetCount(longName, 4);  // the long name wins when both exist
-  SetCount(shortName, 9);
-  EXPECT_FALSE(ReleaseSharedFileReference(longName));
-  EXPECT_EQ(std::make_pair(Count(longName), Count(shortName)), std::make_pair(3, 9));
-}
-
 }  // namespace
 }  // namespace kv

@@ -22,18 +22,6 @@ std::string LanguageName(uint16_t language) {
   return win::Narrow(name);
 }
 
-TEST(Version, FixedVersionWordsAreSigned) {
-  test::ScratchFolder dir;
-  MakeVersionedFile(dir / "a.dll", {1, 2, 3, 40000}, test::kLangGerman, test::kOsDosWin32);
-  FixedVersion v;
-  ASSERT_TRUE(GetFixedVersion(dir / "a.dll", v));
-  EXPECT_EQ(std::vector<int>(v.Words, v.Words + 4), (std::vector<int>{1, 2, 3, -25536}));
-  EXPECT_EQ(v.FileOS, test::kOsDosWin32);
-  MakeUnversionedFile(dir / "plain.dll");
-  for (const std::string& none : {dir / "plain.dll", dir.WriteFile("text.txt", "no PE"), dir / "missing.dll"})
-    EXPECT_FALSE(GetFixedVersion(none, v)) << none;
-}
-
 TEST(Version, CompareFileVersions) {
   test::ScratchFolder dir;
   // Words of 32768 and more count as negative. v: no version resource, -: missing.
@@ -56,21 +44,6 @@ TEST(Version, CompareFileVersions) {
     const std::string both = text, a = make(both.substr(0, both.find(' '))), b = make(both.substr(both.find(' ') + 1));
     EXPECT_EQ(CompareFileVersions(a, b), expected) << text;
   }
-}
-
-TEST(Version, LanguageAndOSNames) {
-  test::ScratchFolder dir;
-  MakeVersionedFile(dir / "de.dll", {1, 0, 0, 0}, test::kLangGerman);
-  MakeVersionedFile(dir / "en.dll", {1, 0, 0, 0}, test::kLangEnglishUS);
-  MakeVersionedFile(dir / "none.dll", {1, 0, 0, 0}, test::kLangGerman, test::kOsNtWin32, false);
-  EXPECT_FALSE(LanguageName(0x0407).empty());
-  EXPECT_EQ(GetFileLanguage(dir / "de.dll"), LanguageName(0x0407));
-  EXPECT_EQ(GetFileLanguage(dir / "en.dll"), LanguageName(0x0409));
-  EXPECT_EQ(GetFileLanguage(dir / "none.dll"), "");
-  const std::pair<uint32_t, const char*> names[] = {
-      {0x00010001, "DOS-Win16"},     {0x00010004, "DOS-Win32"}, {0x00020002, "OS/2-16 PM-16"},
-      {0x00030003, "OS/2-16 PM-32"}, {0x00040004, "NT-Win32"},  {0x00000004, "Unbekannt"}, {0x00040000, "Unbekannt"}};
-  for (const auto& [os, name] : names) EXPECT_EQ(GetOSName(os), name) << std::hex << os;
 }
 
 TEST(Version, DescribeFileVersion) {

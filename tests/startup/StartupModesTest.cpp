@@ -64,18 +64,6 @@ TEST_F(StartupModes, EarlyEndsStageNothingAndSayOnlyWhatTheyMust) {
   EXPECT_EQ(late->ui.Pages(), std::vector<PageId>{PageId::Start});
 }
 
-TEST_F(StartupModes, MissingEulaEndsAfterSetupIniWasStaged) {
-  auto run = world.Start(Ifp(world.MakeMedium("noeula", SetupIni("Demo", "1.0", files), files, false)));
-  ASSERT_EQ(run->ui.Boxes().size(), 1u);
-  EXPECT_EQ(BoxOf(run->ui.Boxes()[0].request),
-            BoxOf({"Die Datei \"eula.txt\" konnte nicht auf die Festplatte kopiert werden; Setup wird beendet.",
-                   "Kivra Setup", MsgButtons::OK, MsgIcon::Exclamation}));
-  EXPECT_TRUE(run->ui.Pages().empty());
-  EXPECT_TRUE(Staged("\\setup.ini"));
-  EXPECT_FALSE(Staged("\\eula.txt"));
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndexKey));  // ended before the index
-}
-
 TEST_F(StartupModes, CancelledAndKeptInstallationIsNewAndRestagedFromTheMediumInHand) {
   world.Start(Ifp(medium));
   // Index entry and staged data exist, status.ini has no installation folder.
@@ -90,25 +78,22 @@ TEST_F(StartupModes, CancelledAndKeptInstallationIsNewAndRestagedFromTheMediumIn
   EXPECT_EQ(ReadFileBytes(world.appDir + "Packages\\Demo_1.0\\eula.txt"), "Lizenz, korrigiert\r\n");
 }
 
-TEST_F(StartupModes, AfterACompleteInstallationBothStartsLeadToMaintenance) {
+TEST_F(StartupModes, AfterACompleteInstallationASecondMediumLeadsToMaintenance) {
   const std::string installedIn = world.InstallComplete(medium)->session.Package->InstalledIn;
   ASSERT_FALSE(installedIn.empty());
   std::string medium2 = world.MakeMedium("medium2", SetupIni("Demo", "1.0", files), files);
-  // -m takes the source from status.ini; a second -ifp from the medium in hand.
-  struct Row { std::string tail, source; bool registered; };
-  for (const Row& row : {Row{"-m \"Demo_1.0\"", medium, false}, Row{Ifp(medium2), medium2, true}}) {
-    SCOPED_TRACE(row.tail);
-    auto run = world.Start(row.tail);
-    const Session& s = run->session;
-    ASSERT_TRUE(s.Package);
-    EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Maintenance});
-    EXPECT_FALSE(s.IsNewInstall || s.FilesInstalled);
-    EXPECT_EQ(s.PackageRegistered, row.registered);
-    EXPECT_EQ(s.Package->SourcePath, row.source);
-    EXPECT_EQ(s.Package->InstalledIn, installedIn);
-    EXPECT_EQ(s.Package->Files.Item("a.txt")->Installed, 1);
-    EXPECT_EQ(s.SetupTitle, "Kivra Setup: Demo Programm");
-  }
+  // -m takes the source from status.ini (maintenance scenarios); a second
+  // -ifp from the medium in hand.
+  auto run = world.Start(Ifp(medium2));
+  const Session& s = run->session;
+  ASSERT_TRUE(s.Package);
+  EXPECT_EQ(run->ui.Pages(), std::vector<PageId>{PageId::Maintenance});
+  EXPECT_FALSE(s.IsNewInstall || s.FilesInstalled);
+  EXPECT_TRUE(s.PackageRegistered);
+  EXPECT_EQ(s.Package->SourcePath, medium2);
+  EXPECT_EQ(s.Package->InstalledIn, installedIn);
+  EXPECT_EQ(s.Package->Files.Item("a.txt")->Installed, 1);
+  EXPECT_EQ(s.SetupTitle, "Kivra Setup: Demo Programm");
 }
 
 }  // namespace

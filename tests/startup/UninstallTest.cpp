@@ -64,57 +64,54 @@ class Uninstalling : public ::testing::Test {
   }
 };
 
-// What is gone from the machine afterwards is checked end to end by the
-// maintenance scenario; here the page, the helper and what the helper leaves.
+// What is gone from the machine afterwards, the installer's folder included,
+// is checked end to end by the maintenance scenario; here the page, the
+// helper, and when the installer stays (no helper, an unreadable index).
 TEST_F(Uninstalling, TheLastPackageTakesTheInstallerWithIt) {
   // From a CD: the medium is read-only, and so is a plain copy of it.
   const std::string cd = world.MakeMedium("cd", SetupIni("Demo", "1.0", files, "demo.exe"), files);
   for (const char* f : {"\\setup.ini", "\\eula.txt"}) SetFileAttributesW(win::Widen(cd + f).c_str(), FILE_ATTRIBUTE_READONLY);
-  const std::string folder = world.InstallComplete(cd)->session.Package->InstalledIn;
+  world.InstallComplete(cd);
   auto run = Uninstall("Demo_1.0");
   Session& s = run->session;
   EXPECT_EQ(run->ui.Pages().back(), PageId::Uninstall);
   EXPECT_EQ(s.UninstallingName, "Demo 1.0");
   EXPECT_GE(run->ui.Now() - 1000.0, 0.5);  // the page stayed up its minimum time (scripted clock)
   EXPECT_TRUE(run->ui.Boxes().empty());
-  EXPECT_TRUE(s.Package->Removed && !modTools::FileExists(folder) && !s.RestartRequired);
-  EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kIndex + "Demo_1.0"));
-  // Self-removal: the helper copied out, the installer's own files and empty
-  // subfolders gone but KVSetup.exe (the helper's business).
+  EXPECT_TRUE(s.Package->Removed && !s.RestartRequired);
+  // Self-removal: the helper copied out, KVSetup.exe left for it; started
+  // once the last page has closed.
   EXPECT_TRUE(s.SelfRemovalPending);
-  EXPECT_EQ(s.SelfDeleteHelper, world.windows + "\\DelKVStp.exe");
-  EXPECT_EQ(ReadFileBytes(s.SelfDeleteHelper), ReadFileBytes(RecorderExe()));
-  EXPECT_FALSE(modTools::FileExists(world.appDir + "dllregsv.exe") || modTools::FileExists(world.appDir + "Packages"));
-  EXPECT_TRUE(modTools::FileExists(world.appDir + "KVSetup.exe"));
-  // The entry point starts the helper once the last page has closed.
+  EXPECT_EQ(ReadFileBytes(world.windows + "\\DelKVStp.exe"), ReadFileBytes(RecorderExe()));
+  EXPECT_TRUE(modTools::FileExists(world.appDir + "KVSetup.exe") && !modTools::FileExists(world.appDir + "dllregsv.exe"));
   modSetup::StartSelfRemoval(s);
   EXPECT_FALSE(s.SelfRemovalPending);
   EXPECT_NE(WaitForFile(world.windows + "\\DelKVStp.log").find("/d \""), std::string::npos);
-}
 
-TEST_F(Uninstalling, WithoutTheHelperNothingOfTheInstallerFolderIsRemoved) {
-  Install("Demo", "1.0", files);
-  DeleteFileW(win::Widen(world.appDir + "dllregsv.exe").c_str());
-  EXPECT_FALSE(Uninstall("Demo_1.0")->session.SelfRemovalPending);
-  EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages"));
-  EXPECT_FALSE(modTools::FileExists(world.windows + "\\DelKVStp.exe"));
-}
-
-TEST_F(Uninstalling, AnIndexThatCannotBeReadKeepsTheInstaller) {
-  Install("Demo", "1.0", files);
-  HKEY index = nullptr;
-  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Kivra\\Setup\\Packages", 0, KEY_ALL_ACCESS, &index), 0);
-  SECURITY_DESCRIPTOR sd;
-  ACL none;
-  InitializeSecurityDescriptor(&sd, SECURITY_DESCRIPTOR_REVISION);
-  InitializeAcl(&none, sizeof none, ACL_REVISION);
-  SetSecurityDescriptorDacl(&sd, TRUE, &none, FALSE);  // nobody may list it
-  ASSERT_EQ(RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd), 0);
-  EXPECT_FALSE(Uninstall("Demo_1.0")->session.SelfRemovalPending);
-  EXPECT_TRUE(modTools::FileExists(world.appDir + "dllregsv.exe"));
-  SetSecurityDescriptorDacl(&sd, TRUE, nullptr, FALSE);  // open again for the clean-up
-  RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd);
-  RegCloseKey(index);
+  // Installed again: without the helper, or with an index nobody may list,
+  // nothing of the installer's folder is removed.
+  for (bool helper : {false, true}) {
+    Install("Demo", "1.0", files);
+    HKEY index = nullptr;
+    SECURITY_DESCRIPTOR sd;
+    ACL none;
+    InitializeSecurityDescriptor(&sd, SECURITY_DESCRIPTOR_REVISION);
+    InitializeAcl(&none, sizeof none, ACL_REVISION);
+    if (!helper) {
+      DeleteFileW(win::Widen(world.appDir + "dllregsv.exe").c_str());
+    } else {
+      ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Kivra\\Setup\\Packages", 0, KEY_ALL_ACCESS, &index), 0);
+      SetSecurityDescriptorDacl(&sd, TRUE, &none, FALSE);
+      ASSERT_EQ(RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd), 0);
+    }
+    EXPECT_FALSE(Uninstall("Demo_1.0")->session.SelfRemovalPending) << helper;
+    EXPECT_TRUE(modTools::FolderExists(world.appDir + "Packages")) << helper;
+    if (index) {
+      SetSecurityDescriptorDacl(&sd, TRUE, nullptr, FALSE);  // open again for the clean-up
+      RegSetKeySecurity(index, DACL_SECURITY_INFORMATION, &sd);
+      RegCloseKey(index);
+    }
+  }
 }
 
 TEST_F(Uninstalling, OneOfTwoPackagesLeavesTheOtherAlone) {

@@ -11,6 +11,8 @@ std::vector<std::string> ScriptedUi::BoxTexts() const {
 }
 
 MsgResult ScriptedUi::MsgBox(const MessageBoxRequest& request) {
+  PointerAtBox.push_back(pointer_);
+  if (BeforeBox) BeforeBox(request);
   MsgResult answer = MsgResult::OK;
   if (request.buttons != MsgButtons::OK) {
     if (answers_.empty()) {
@@ -26,6 +28,7 @@ MsgResult ScriptedUi::MsgBox(const MessageBoxRequest& request) {
 }
 
 ConflictAnswer ScriptedUi::AskConflict(const ConflictQuestion& question) {
+  PointerAtBox.push_back(pointer_);
   conflicts_.push_back(question);
   if (conflictAnswers_.empty()) {
     ADD_FAILURE() << "unexpected conflict dialog: " << question.text;

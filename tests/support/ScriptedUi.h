@@ -28,6 +28,10 @@ class ScriptedUi : public UserInteraction {
   // long work, e.g. press Abbrechen in the middle of the file phase.
   std::function<void()> OnDoEvents;
   double SecondsPerDoEvents = 0.05;
+  // Runs while a box is on screen (the "user" fixes the problem).
+  std::function<void(const MessageBoxRequest&)> BeforeBox;
+  // The mouse pointer seen at each box and conflict dialog.
+  std::vector<MousePointer> PointerAtBox;
 
   const std::vector<RecordedBox>& Boxes() const { return boxes_; }
   const std::vector<ConflictQuestion>& Conflicts() const { return conflicts_; }

@@ -1,40 +1,18 @@
-// kvdriver: drives the installer's windows from another process, the way a
-// person would - find the page by its window class, read labels, type into
-// text boxes, press buttons, answer message boxes - and reads the registry
-// for the checks afterwards. One invocation runs a list of steps and stops
-// at the first that fails (exit code 1, reason on stderr). [S] is an
-// optional number of seconds to wait.
-//
-//   kvdriver [--desktop NAME] STEP [STEP...]
-//   wait FORM [S]                a visible page/dialog of that form exists
-//   none [S]                     no installer window and no message box left
-//   expect FORM ID TEXT          the control's text contains TEXT
-//   visible|enabled FORM ID 0|1  the control is (not) visible / enabled
-//   settext FORM ID TEXT         types TEXT into a text box
-//   check FORM ID 0|1            sets a check box or option button
-//   click FORM ID                presses a button
-//   close FORM                   the close box of the form
-//   moving FORM ID [S]           the progress bar has left its start
-//   waitfile PATH [S]            the file exists (checked every 10 ms)
-//   box TEXT BUTTONID [S]        waits for a message box containing TEXT
-//                                ("-" for any), prints it, presses the button
-//                                (button 0: leaves the box open)
-//   nobox [S]                    no message box appears within the time
-//   reg ROOT KEY [VALUE]         prints a value (default value: "@")
-//   noreg ROOT KEY [VALUE]       the key (or value) does not exist
-//   regdel ROOT KEY              deletes the key with everything below it
-//   regdelv ROOT KEY VALUE       deletes one value
-//   regdelprefix ROOT KEY PREFIX deletes the subkeys of KEY whose names begin
-//                                with PREFIX (case-insensitive)
-//   run COMMANDLINE              starts a program on the driver's desktop
-//   runwait COMMANDLINE          the same, waits for it and prints "exit=N"
-//                                (the whole 32-bit code, which wine's own
-//                                exit status would cut to 8 bits)
-//   waitwin CLASS [S]            a visible window of any program with that class
-//   closewin CLASS               closes every window of that class
-//   list                         prints every top-level window (for diagnosis)
-//   hold PATH MARKER             keeps PATH open without sharing until the file
-//                                MARKER exists (at most 10 minutes)
+// kvdriver: drives the installer's windows from another process as a person
+// would (find the page by its window class, read labels, type, press buttons,
+// answer message boxes) and reads the registry for the checks. One call runs
+// a list of steps and stops at the first that fails (exit 1, reason on
+// stderr). [S]: optional seconds to wait. Usage: kvdriver [--desktop NAME] STEP...
+//   wait FORM [S] | none [S] (no installer window or box left) | close FORM
+//   expect FORM ID TEXT (contains) | visible|enabled FORM ID 0|1
+//   settext FORM ID TEXT | check FORM ID 0|1 | click FORM ID
+//   moving FORM ID [S] (progress bar left its start) | waitfile PATH [S]
+//   box TEXT|- BUTTONID [S] (prints the box; button 0 leaves it open) | nobox [S]
+//   reg ROOT KEY [VALUE|@] (prints it) | noreg ROOT KEY [VALUE]
+//   regdel ROOT KEY | regdelv ROOT KEY VALUE | regdelprefix ROOT KEY PREFIX
+//   run CMDLINE | runwait CMDLINE (prints "exit=N", all 32 bits)
+//   waitwin CLASS [S] | closewin CLASS | list | hold PATH MARKER (open without
+//   sharing until MARKER exists, at most 10 minutes)
 #include <windows.h>
 
 #include <cstdio>
@@ -43,20 +21,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/WinString.h"
+
 namespace {
 
-std::wstring Widen(const std::string& s) {
-  std::wstring w(s.size(), L'\0');
-  w.resize(MultiByteToWideChar(CP_UTF8, 0, s.data(), static_cast<int>(s.size()), w.data(), static_cast<int>(w.size())));
-  return w;
-}
-
-std::string Narrow(const std::wstring& w) {
-  std::string s(w.size() * 3, '\0');
-  s.resize(WideCharToMultiByte(CP_UTF8, 0, w.data(), static_cast<int>(w.size()), s.data(), static_cast<int>(s.size()),
-                               nullptr, nullptr));
-  return s;
-}
+using kv::win::Narrow;
+using kv::win::Widen;
 
 [[noreturn]] void Fail(const std::string& why) {
   std::fprintf(stderr, "kvdriver: %s\n", why.c_str());

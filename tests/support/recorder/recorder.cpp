@@ -9,6 +9,8 @@
 #include <cwchar>
 #include <string>
 
+#include "platform/WinString.h"
+
 namespace {
 
 std::wstring EnvVar(const wchar_t* name) {
@@ -28,14 +30,6 @@ std::wstring OwnPathWithoutExtension() {
   return path;
 }
 
-std::string ToUtf8(const std::wstring& text) {
-  if (text.empty()) return {};
-  int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-  std::string out(static_cast<size_t>(n), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), n, nullptr, nullptr);
-  return out;
-}
-
 }  // namespace
 
 int wmain() {
@@ -43,7 +37,7 @@ int wmain() {
   std::wstring log = EnvVar(L"KV_RECORDER_LOG");
   if (log.empty()) log = base + L".log";
 
-  std::string line = ToUtf8(GetCommandLineW()) + "\r\n";
+  std::string line = kv::win::Narrow(GetCommandLineW()) + "\r\n";
   // Several recorders may run at once: append in one write, retrying while
   // another one holds the file.
   for (int attempt = 0; attempt < 200; ++attempt) {
