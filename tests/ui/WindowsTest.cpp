@@ -351,7 +351,7 @@ TEST_F(PageWindows, CloseBoxAndEscapeDoWhatThePageOffers) {
   NoRestart restart;
   std::vector<std::string> started;
   ui.restartApi = &restart;
-  ui.startProgram = [&](const std::string& cmd) { return started.push_back(cmd), true; };
+  ui.startProgram = [&](const std::string& cmd, const std::string&) { return started.push_back(cmd), true; };
   const struct {
     PageId page;
     bool restartRequired, newInstall;

@@ -30,6 +30,8 @@
 //   runwait COMMANDLINE          the same, waits for it and prints "exit=N"
 //                                (the whole 32-bit code, which wine's own
 //                                exit status would cut to 8 bits)
+//   runlimited COMMANDLINE       like run, with the unelevated token of our
+//                                user (as a user's session starts programs)
 //   waitwin CLASS [S]            a visible window of any program with that class
 //   closewin CLASS               closes every window of that class
 //   list                         prints every top-level window (for diagnosis)
@@ -331,12 +333,23 @@ int wmain(int argc, wchar_t** wargv) {
       if (cmd == "regdelv") RegDeleteValueW(h, prefix.c_str());
       RegCloseKey(h);
       for (const auto& d : doomed) DeleteTree(Root(root), d);
-    } else if (cmd == "run" || cmd == "runwait") {
+    } else if (cmd == "run" || cmd == "runwait" || cmd == "runlimited") {
       std::wstring line = Widen(next()), desk = L"WinSta0\\" + desktop;
       STARTUPINFOW si{sizeof si};
       if (!desktop.empty()) si.lpDesktop = desk.data();
       PROCESS_INFORMATION pi{};
-      if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
+      HANDLE own = nullptr, limited = nullptr;
+      TOKEN_LINKED_TOKEN linked{};
+      DWORD size = 0;
+      if (cmd == "runlimited" &&
+          !(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &own) &&
+            GetTokenInformation(own, TokenLinkedToken, &linked, sizeof linked, &size) &&
+            DuplicateTokenEx(linked.LinkedToken, MAXIMUM_ALLOWED, nullptr, SecurityImpersonation, TokenPrimary,
+                             &limited)))
+        Fail("no unelevated token");
+      if (!(limited ? CreateProcessAsUserW(limited, nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                           &si, &pi)
+                    : CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)))
         Fail("cannot start " + Narrow(line));
       CloseHandle(pi.hThread);
       if (cmd == "runwait") {
