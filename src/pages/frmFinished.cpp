@@ -73,7 +73,10 @@ void frmFinished_cmdNext_Click(Session& session, const FinishedChoice& choice, m
     }
   } else if (choice.startProgram) {
     const CPackage& pkg = *session.Package;
-    start("\"" + JoinPath(pkg.InstalledIn, pkg.EXEFile) + "\"");
+    const std::string exe = JoinPath(pkg.InstalledIn, pkg.EXEFile);
+    // A program that finds its files relative to where it starts must not
+    // start in the installer's folder.
+    start("\"" + exe + "\"", modTools::ParentFolder(exe));
   }
   session.Ui.UnloadPage();
   modSetup::CancelSetup(session);

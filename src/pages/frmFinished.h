@@ -27,8 +27,9 @@ struct FinishedChoice {
   bool restartSelected = false;  // optRestart
   bool startProgram = false;     // chkStartProg checked (and visible)
 };
-// Starts a program's command line; the real one starts it normally, focused.
-using ProgramStarter = std::function<bool(const std::string& commandLine)>;
+// Starts a program's command line in `folder`, its working folder; the real
+// one starts it normally, focused, as the user who started setup.
+using ProgramStarter = std::function<bool(const std::string& commandLine, const std::string& folder)>;
 void frmFinished_cmdNext_Click(Session& session, const FinishedChoice& choice, modTools::RestartApi& restart,
                                const ProgramStarter& start);
 

@@ -8,9 +8,11 @@
 #include "platform/WinString.h"
 
 namespace kv::modTools {
+namespace {
 
-bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wait, uint32_t* exitCode) {
-  if (commandLine.empty()) return false;
+// The started process's handle, or nullptr.
+HANDLE Start(const std::string& commandLine, int32_t showMode, const std::string& folder) {
+  if (commandLine.empty()) return nullptr;
   // CreateProcessW may write into the command-line buffer, so it gets a copy.
   std::wstring wide = win::Widen(commandLine);
   std::vector<wchar_t> buffer(wide.begin(), wide.end());
@@ -21,16 +23,35 @@ bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wai
   startup.dwFlags = STARTF_USESHOWWINDOW;
   startup.wShowWindow = static_cast<WORD>(showMode);
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(nullptr, buffer.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    return false;
+  const std::wstring wideFolder = win::Widen(folder);
+  if (!CreateProcessW(nullptr, buffer.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                      wideFolder.empty() ? nullptr : wideFolder.c_str(), &startup, &process)) {
+    return nullptr;
   }
   CloseHandle(process.hThread);
+  return process.hProcess;
+}
+
+}  // namespace
+
+bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wait, uint32_t* exitCode,
+                      const std::string& folder) {
+  HANDLE process = Start(commandLine, showMode, folder);
+  if (!process) return false;
   if (wait) {
-    WaitForSingleObject(process.hProcess, INFINITE);
+    WaitForSingleObject(process, INFINITE);
     DWORD code = 0;
-    if (exitCode != nullptr && GetExitCodeProcess(process.hProcess, &code)) *exitCode = code;
+    if (exitCode != nullptr && GetExitCodeProcess(process, &code)) *exitCode = code;
   }
-  CloseHandle(process.hProcess);
+  CloseHandle(process);
+  return true;
+}
+
+bool StartProgramReady(const std::string& commandLine, const std::string& folder, uint32_t timeoutMs) {
+  HANDLE process = Start(commandLine, kShowNormalFocus, folder);
+  if (!process) return false;
+  WaitForInputIdle(process, timeoutMs);
+  CloseHandle(process);
   return true;
 }
 

@@ -19,7 +19,14 @@ inline constexpr int32_t kShowMinimizedNoFocus = 6;
 // the usual search rules. Returns false when it could not be started.
 // With `wait` the call returns only when the program has ended and stores its
 // exit code in `exitCode` (when given); without it the program runs on alone.
+// `folder`, when given, is the program's working folder; otherwise it
+// inherits ours.
 bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wait = false,
-                      uint32_t* exitCode = nullptr);
+                      uint32_t* exitCode = nullptr, const std::string& folder = {});
+
+// Starts a program normally, focused, in `folder`, and returns once it waits
+// for its first input (at most `timeoutMs`): whoever started it may then end
+// without leaving it half started.
+bool StartProgramReady(const std::string& commandLine, const std::string& folder, uint32_t timeoutMs);
 
 }  // namespace kv::modTools

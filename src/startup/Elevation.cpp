@@ -4,6 +4,7 @@
 #include <shellapi.h>
 
 #include "platform/WinString.h"
+#include "startup/UserStart.h"
 
 namespace kv::modSetup {
 
@@ -21,21 +22,25 @@ bool IsElevated() {
   return elevation.TokenIsElevated != 0;
 }
 
+bool NeedsRelaunch() { return !IsElevated() && !UserStarterWaiting(); }
+
 bool RelaunchElevated(const std::string& exePath, const std::string& commandTail, uint32_t* exitCode) {
   std::wstring file = win::Widen(exePath);
   std::wstring parameters = win::Widen(commandTail);
+  // Ready before the elevated copy can ask.
+  UserStarter starter;
   SHELLEXECUTEINFOW info{};
   info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_NOASYNC | (exitCode ? SEE_MASK_NOCLOSEPROCESS : 0);
+  info.fMask = SEE_MASK_NOASYNC | SEE_MASK_NOCLOSEPROCESS;
   info.lpVerb = L"runas";
   info.lpFile = file.c_str();
   info.lpParameters = parameters.c_str();
   info.nShow = SW_SHOWNORMAL;
   if (!ShellExecuteExW(&info)) return false;
-  if (exitCode && info.hProcess) {
-    WaitForSingleObject(info.hProcess, INFINITE);
+  if (info.hProcess) {
+    starter.ServeUntil(info.hProcess);
     DWORD code = 0;
-    if (GetExitCodeProcess(info.hProcess, &code)) *exitCode = code;
+    if (exitCode && GetExitCodeProcess(info.hProcess, &code)) *exitCode = code;
     CloseHandle(info.hProcess);
   }
   return true;

@@ -12,10 +12,16 @@ namespace kv::modSetup {
 // elevation, as before Vista; wine reports an elevated administrator).
 bool IsElevated();
 
+// Whether this process should restart itself elevated: it is not elevated,
+// and it was not itself started for the rights (where the system started it
+// without them, asking again would repeat the question endlessly).
+bool NeedsRelaunch();
+
 // Starts `exePath` again with the same command tail through the "runas" verb
 // (the consent prompt). False when it could not be started, for instance
-// when the user declined. With `exitCode` the call waits for the elevated
-// process and passes its exit code on (unattended runs report it).
+// when the user declined. The call waits for the elevated process, starting
+// programs for it as this process's user meanwhile (see UserStart.h), and
+// passes its exit code on in `exitCode` (unattended runs report it).
 bool RelaunchElevated(const std::string& exePath, const std::string& commandTail, uint32_t* exitCode = nullptr);
 
 }  // namespace kv::modSetup

@@ -200,7 +200,7 @@ void Main(Session& session, const std::string& commandTail, const StartOptions& 
 
   const bool needsRights = (command.mode == StartMode::Install && !command.unterminated) ||
                            command.mode == StartMode::Maintenance;
-  if (needsRights && options.elevate && !IsElevated()) {
+  if (needsRights && options.elevate && NeedsRelaunch()) {
     // The elevated copy does the work; if the user declines, nothing happens.
     RelaunchElevated(RunningExecutable(), commandTail);
     return;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/WinString.h"
+#include "ui/Accessibility.h"
 #include "ui/ControlIds.h"
 #include "ui/RealUi.h"
 #include "ui/SideBar.h"
@@ -169,6 +170,8 @@ HWND Form::Button(int id, const std::string& text, int x, int y, int w, int h, b
   return MakeChild(hwnd_, id, L"BUTTON", text, WS_TABSTOP | (isDefault ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON), S(x),
                    S(y), S(w), S(h), FontFor(FontKind::Normal));
 }
+
+void Form::Describe(int id, const std::string& text) { SetAccessibleDescription(Item(id), text); }
 
 HWND Form::CheckBox(int id, const std::string& text, int x, int y, int w, int h) {
   return MakeChild(hwnd_, id, L"BUTTON", text, WS_TABSTOP | BS_AUTOCHECKBOX | BS_MULTILINE, S(x), S(y), S(w), S(h),

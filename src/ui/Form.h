@@ -79,6 +79,8 @@ class Form {
   int FlowLabel(int id, const std::string& text, int x, int y, int w, FontKind font = FontKind::Normal,
                 int gapAfter = 10);
   HWND Button(int id, const std::string& text, int x, int y, int w, int h, bool isDefault = false);
+  // What a screen reader announces for the control besides its caption.
+  void Describe(int id, const std::string& text);
   HWND CheckBox(int id, const std::string& text, int x, int y, int w, int h);
   HWND Option(int id, const std::string& text, int x, int y, int w, int h, bool firstInGroup);
   HWND Edit(int id, const std::string& text, int x, int y, int w, int h, DWORD extraStyle = 0,

@@ -58,7 +58,7 @@ class RealUi : public UserInteraction {
   // The finish page's two ways out of the wizard. Tests put stand-ins here so
   // that nothing restarts or starts on the machine they run on.
   modTools::RestartApi* restartApi = nullptr;            // nullptr: the system's
-  std::function<bool(const std::string&)> startProgram;  // empty: the system's
+  std::function<bool(const std::string&, const std::string&)> startProgram;  // empty: the system's
   // The scale new windows are made for; 0: the monitor's where they appear.
   int fixedDpi = 0;
   PageId CurrentPageId() const { return currentId_; }

@@ -1,6 +1,6 @@
 #include "ui/frmFinished.h"
 
-#include "platform/ProcessStart.h"
+#include "startup/UserStart.h"
 #include "platform/SystemRestart.h"
 #include "ui/ControlIds.h"
 #include "pages/frmFinished.h"
@@ -51,8 +51,8 @@ void frmFinished::Leave(const FinishedChoice& choice) {
   modTools::RestartApi& restart = ui_.restartApi ? *ui_.restartApi : modTools::SystemRestartApi();
   ProgramStarter start = ui_.startProgram;
   if (!start) {
-    start = [](const std::string& commandLine) {
-      return modTools::StartCommandLine(commandLine, modTools::kShowNormalFocus);
+    start = [](const std::string& commandLine, const std::string& folder) {
+      return modSetup::StartProgramAsUser(commandLine, folder);
     };
   }
   frmFinished_cmdNext_Click(session_, choice, restart, start);

@@ -51,6 +51,7 @@ void frmMaintenance::OnLoad() {
   for (int i : order) {
     const Row& r = rows[i];
     Button(r.button, r.caption, x, y, bw, Layout::kButtonH, i == order[0]);
+    Describe(r.button, r.text);
     Label(r.label, r.text, lx, y + 4, lw, heights[i] - 4);
     y += heights[i] + gap;
   }

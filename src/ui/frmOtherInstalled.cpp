@@ -34,6 +34,7 @@ void frmOtherInstalled::OnLoad() {
     const bool visible = r.button != ids::frmOtherInstalled_Command1 || s.offerUpdate;
     int h = MeasureText(r.text, lw, FontKind::Normal);
     Button(r.button, r.caption, x, y, bw, Layout::kButtonH, r.button == ids::frmOtherInstalled_Command1 && visible);
+    Describe(r.button, r.text);
     Label(r.label, r.text, lx, y + 4, lw, h);
     Show(r.button, visible);
     Show(r.label, visible);

@@ -144,7 +144,7 @@ int InstallerMain(HINSTANCE instance, const std::string& commandTail) {
     const modSetup::StartCommand command = modSetup::ParseCommand(commandTail);
     const bool needsRights = (command.mode == modSetup::StartMode::Install && !command.unterminated) ||
                              command.mode == modSetup::StartMode::Maintenance;
-    if (needsRights && !modSetup::IsElevated()) {
+    if (needsRights && modSetup::NeedsRelaunch()) {
       modSetup::RelaunchElevated(RunningExecutable(), commandTail);
       return kSuccess;
     }
@@ -185,7 +185,7 @@ int InstallerMain(HINSTANCE instance, const std::string& commandTail) {
     Tell(modSetup::kSwitchHelp);
     return finish(kSuccess);
   }
-  if (!modSetup::IsElevated()) {
+  if (modSetup::NeedsRelaunch()) {
     // The elevated copy writes the log anew and reports its own code.
     log.Line("Setup wird mit Administratorrechten neu gestartet");
     log.Close();

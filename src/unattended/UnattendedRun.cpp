@@ -116,7 +116,7 @@ class Driver {
                               : "Neustart erforderlich: kein Neustart ohne /forcerestart");
     }
     RecordingRestart restart(restart_);
-    pages::frmFinished_cmdNext_Click(s_, c, restart, [](const std::string&) { return false; });
+    pages::frmFinished_cmdNext_Click(s_, c, restart, [](const std::string&, const std::string&) { return false; });
     outcome_.restartStarted = restart.started;
   }
 

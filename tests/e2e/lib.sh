@@ -160,13 +160,18 @@ allows_winstart() { iconv -f cp1252 -t utf-8 "$1/setup.ini" | tr -d '\r' | grep 
 # welcome, path (default folder), licence, progress, links (as given), finish
 # without starting the program; the pages' texts name the package. A picture
 # of every page. Sets CAPTION and WINSTART_TEXT for finish_install. MEDIUM may
-# also be a one-file setup.exe.
+# also be a one-file setup.exe. With AS_USER=1 setup.exe starts with the
+# unelevated token, as a user's session starts it.
 install_fresh() {
   local medium=$1 start=$1/setup.exe
   local startmenu=${2:-1} desktop=${3:-1} winstart=${4:-1}
   # A one-file setup.exe keeps the texts of the folder medium read before.
   if [ -f "$medium" ]; then start=$medium; else set_package_texts "$medium"; fi
-  on_desktop "$(winpath "$start")"
+  if [ "${AS_USER:-0}" = 1 ]; then
+    on_desktop "$(winpath "$DRIVER")" --desktop "$DESK" runlimited "\"$(winpath "$start")\""
+  else
+    on_desktop "$(winpath "$start")"
+  fi
   drv wait frmStart 120 || fail "welcome page did not appear"
   drv expect frmStart 201 "Zunächst möchten wir uns dafür bedanken, dass Sie sich für $CAPTION entschieden haben. Wir hoffen und sind davon überzeugt, dass Sie viel Freude an diesem Produkt aus unserem Hause haben werden." \
       expect frmStart 203 "um mit der Installation von $CAPTION zu beginnen." || fail "welcome page texts"
@@ -189,7 +194,7 @@ set_package_texts() {
 }
 
 # From the progress page to the end: links page (when the package has a
-# program), finish page without starting the program.
+# program), finish page without starting the program (START_PROGRAM=1: with).
 finish_install() {
   local startmenu=$1 desktop=$2 winstart=$3
   drv wait frmLinks 180 \
@@ -200,7 +205,7 @@ finish_install() {
       click frmLinks 410 wait frmFinished 30 expect frmFinished 800 "Die Installation ist abgeschlossen." \
       expect frmFinished 801 "Wir wünschen Ihnen viel Vergnügen mit $CAPTION und hoffen" || fail "finish page"
   shot frmFinished
-  drv check frmFinished 804 0 click frmFinished 810 none 60 || fail "the wizard did not end"
+  drv check frmFinished 804 "${START_PROGRAM:-0}" click frmFinished 810 none 60 || fail "the wizard did not end"
 }
 
 # Starts the installer of the staged copy for maintenance.

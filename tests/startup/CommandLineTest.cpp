@@ -1,9 +1,16 @@
 // Mode recognition on the raw command tail, and the texts the pages show.
+#include <windows.h>
+
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
 
 #include "startup/CommandLine.h"
 #include "pages/frmUninstall.h"
 #include "startup/Switches.h"
+#include "startup/UserStart.h"
+#include "support/ScratchFolder.h"
 
 namespace kv::modSetup {
 namespace {
@@ -90,6 +97,42 @@ TEST(Pages, UninstallLabelIsCentredWithoutClamping) {
   EXPECT_EQ(frmUninstall_LabelTop(301, 100), 100);    // 201 / 2 truncates
   EXPECT_EQ(frmUninstall_LabelTop(300.6, 100), 100);  // 200.6 rounds to 201 first
   EXPECT_EQ(frmUninstall_LabelTop(100, 301), -100);   // taller than the page: cut off at the top, no clamping
+}
+
+// The finish page's program starts in its own folder, through the waiting
+// unelevated starter when there is one, else directly; a failed start is
+// reported either way.
+TEST(Elevation, ProgramsStartInTheirFolderThroughTheWaitingStarter) {
+  test::ScratchFolder scratch;
+  const std::string folder = scratch.MakeFolder("Mein Programm"), report = folder + "\\cd.txt";
+  HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const struct {
+    bool starter;
+    const char* program;
+    bool started;
+  } rows[] = {{true, "cmd.exe", true}, {false, "cmd.exe", true}, {true, "C:\\fehlt\\fehlt.exe", false},
+              {false, "C:\\fehlt\\fehlt.exe", false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.program) + (row.starter ? " through the starter" : " directly"));
+    DeleteFileA(report.c_str());
+    std::optional<UserStarter> starter;
+    std::thread serving;
+    if (row.starter) {
+      starter.emplace();
+      serving = std::thread([&] { starter->ServeUntil(stop); });
+    }
+    EXPECT_EQ(UserStarterWaiting(), row.starter);
+    // "cd" writes the working folder into a file named relative to it.
+    EXPECT_EQ(StartProgramAsUser("\"" + std::string(row.program) + "\" /c cd > cd.txt", folder), row.started);
+    std::string cwd;
+    for (int i = 0; row.started && i < 200 && cwd.find('\n') == std::string::npos; ++i, Sleep(50)) {
+      cwd = test::ReadFileBytes(report);
+    }
+    if (row.started) EXPECT_EQ(cwd, folder + "\r\n");
+    if (serving.joinable()) SetEvent(stop), serving.join(), ResetEvent(stop);
+    starter.reset();
+  }
+  CloseHandle(stop);
 }
 
 }  // namespace

@@ -206,25 +206,30 @@ TEST_F(PageLogic, ClosingTheFinishPageRestartsOrStartsTheProgram) {
     bool restartRequired;
     FinishedChoice choice;  // {optRestart, chkStartProg}
     int exits;
-    std::vector<std::string> started;
+    std::vector<std::string> started;  // command line, then its working folder
     std::string box;
+    std::string exe = "demo.exe";
   };
   const Row rows[] = {
       // A failed restart warns and still ends; a restart excludes starting the program.
       {true, {true, true}, 1, {}, "Der Computer konnte nicht neu gestartet werden. Bitte starten Sie ihn manuell neu."},
       // Without a needed restart optRestart does not matter.
-      {false, {true, true}, 0, {"\"C:\\Programme\\Demo Tool\\demo.exe\""}, ""},
+      {false, {true, true}, 0, {"\"C:\\Programme\\Demo Tool\\demo.exe\"", "C:\\Programme\\Demo Tool"}, ""},
       {true, {false, false}, 0, {}, ""},  // "Selbst neu starten"
+      // The program starts in its own folder, wherever it lies in the package.
+      {false, {false, true}, 0,
+       {"\"C:\\Programme\\Demo Tool\\bin\\demo.exe\"", "C:\\Programme\\Demo Tool\\bin"}, "", "bin\\demo.exe"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(&row - rows);
     const size_t before = ui.Boxes().size();
     session.Cancelled = false;
     session.RestartRequired = row.restartRequired;
+    session.Package->EXEFile = row.exe;
     RefusingRestart restart;
     std::vector<std::string> started;
-    frmFinished_cmdNext_Click(session, row.choice, restart, [&](const std::string& c) {
-      started.push_back(c);
+    frmFinished_cmdNext_Click(session, row.choice, restart, [&](const std::string& c, const std::string& folder) {
+      started.insert(started.end(), {c, folder});
       return true;
     });
     EXPECT_EQ(restart.exits, row.exits);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <commctrl.h>
+#include <oleacc.h>
 
 #include <set>
 
@@ -30,6 +31,24 @@ std::string TextOf(HWND h) {
   wchar_t buf[4096] = {};
   GetWindowTextW(h, buf, 4096);
   return win::Narrow(buf);
+}
+
+// What a screen reader gets as the control's description.
+std::string AccessibleDescription(HWND h) {
+  const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  std::string text;
+  IAccessible* acc = nullptr;
+  if (SUCCEEDED(AccessibleObjectFromWindow(h, OBJID_CLIENT, IID_IAccessible, reinterpret_cast<void**>(&acc)))) {
+    VARIANT self{};
+    self.vt = VT_I4;
+    self.lVal = CHILDID_SELF;
+    BSTR b = nullptr;
+    if (acc->get_accDescription(self, &b) == S_OK && b) text = win::Narrow(b);
+    SysFreeString(b);
+    acc->Release();
+  }
+  if (SUCCEEDED(com)) CoUninitialize();
+  return text;
 }
 
 // The text as it reads on screen: access-key marks gone.
@@ -212,6 +231,20 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
        },
        {id::frmFinished_optRestart, id::frmFinished_optSelf}, {id::frmFinished_chkStartProg}},
   };
+  // A choice button tells a screen reader the explanation beside it.
+  const std::pair<int, int> choiceRows[] = {
+      {id::frmMaintenance_Command1, id::frmMaintenance_Label2},     {id::frmMaintenance_Command2, id::frmMaintenance_Label3},
+      {id::frmMaintenance_Command3, id::frmMaintenance_Label4},     {id::frmMaintenance_Command4, id::frmMaintenance_Label5},
+      {id::frmOtherInstalled_Command1, id::frmOtherInstalled_Label2}, {id::frmOtherInstalled_Command2, id::frmOtherInstalled_Label3},
+      {id::frmOtherInstalled_Command3, id::frmOtherInstalled_Label4}};
+  auto expectDescriptions = [&](HWND page) {
+    for (const auto& [button, label] : choiceRows) {
+      if (HWND b = GetDlgItem(page, button)) {
+        EXPECT_EQ(AccessibleDescription(b), TextOf(GetDlgItem(page, label))) << button;
+        EXPECT_FALSE(TextOf(GetDlgItem(page, label)).empty());
+      }
+    }
+  };
   session.OtherPackage = session.Package;
   int n = 0;
   for (const Row& row : rows) {
@@ -233,6 +266,7 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
     if (row.setupAndCheck) row.setupAndCheck(h);
     ExpectCleanLayout(h);
     ExpectKeyboard(h);
+    expectDescriptions(h);
     // One taskbar entry for the whole wizard, and a close box only where
     // the page can be left by cancelling or closing.
     EXPECT_EQ(TaskbarWindows(), std::vector<HWND>{ui.AppWindow()});
@@ -246,6 +280,7 @@ TEST_F(PageWindows, EveryPageCarriesItsControlsAndACleanLayout) {
     GetWindowRect(GetDlgItem(h, id::ctlSideBar1), &r);
     EXPECT_EQ(r.right - r.left, 225);
     ExpectCleanLayout(h);
+    expectDescriptions(h);
     ui.UnloadPage();
   }
 }
@@ -272,7 +307,7 @@ TEST_F(PageWindows, CloseBoxAndEscapeDoWhatThePageOffers) {
   NoRestart restart;
   std::vector<std::string> started;
   ui.restartApi = &restart;
-  ui.startProgram = [&](const std::string& cmd) { return started.push_back(cmd), true; };
+  ui.startProgram = [&](const std::string& cmd, const std::string&) { return started.push_back(cmd), true; };
   const struct {
     PageId page;
     bool restartRequired, newInstall;

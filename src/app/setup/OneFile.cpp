@@ -293,7 +293,7 @@ int RunOneFile(const std::string& exePath, const std::string& commandTail, const
   }
   // The installer needs the rights; asked for before anything is unpacked, so
   // that the unpacked files belong to the run that uses them.
-  if (!modSetup::IsElevated()) {
+  if (modSetup::NeedsRelaunch()) {
     uint32_t code = 0;
     return modSetup::RelaunchElevated(exePath, commandTail, &code) ? int(code) : kUserDeclined;
   }

@@ -17,6 +17,7 @@
 #include "platform/LogFile.h"
 #include "startup/Elevation.h"
 #include "startup/InstanceGuard.h"
+#include "startup/UserStart.h"
 #include "startup/Switches.h"
 
 namespace kv::setupexe {
@@ -296,7 +297,7 @@ int RunWithSwitchesChecked(const modSetup::Switches& sw, const std::string& comm
   const std::string medium = modTools::ParentFolder(ownPath);
   const std::string source = modTools::JoinPath(medium, kInstallerName);
   if (modTools::FileExists(source) && NeedsCopy(source, InstallerFolder() + kInstallerName) &&
-      !modSetup::IsElevated()) {
+      modSetup::NeedsRelaunch()) {
     uint32_t code = kFatal;
     if (!modSetup::RelaunchElevated(ownPath, commandTail, &code)) return kCancelled;
     return static_cast<int>(code);
@@ -350,10 +351,14 @@ int Run(const std::string& commandTail, const std::string& ownPath) {
       const std::string source = modTools::JoinPath(medium, kInstallerName);
       // Writing into the program-files folder needs the rights; KVSetup.exe
       // asks for them itself, so only the copy makes us ask here.
-      if (modTools::FileExists(source) && NeedsCopy(source, folder + kInstallerName) && !modSetup::IsElevated()) {
+      if (modTools::FileExists(source) && NeedsCopy(source, folder + kInstallerName) &&
+          modSetup::NeedsRelaunch()) {
         return modSetup::RelaunchElevated(ownPath, "") ? kOk : kCopyFailed;
       }
-      return Bootstrap(medium, folder, ShowMessage);
+      // The unelevated setup.exe that started us starts the user's programs
+      // until we end: we stay as long as the installer runs.
+      uint32_t engineExit = 0;
+      return Bootstrap(medium, folder, ShowMessage, modSetup::UserStarterWaiting() ? &engineExit : nullptr);
     }
     case Role::Register:
     case Role::Unregister:

@@ -11,6 +11,7 @@
 //   reg ROOT KEY [VALUE|@] (prints it) | noreg ROOT KEY [VALUE]
 //   regdel ROOT KEY | regdelv ROOT KEY VALUE | regdelprefix ROOT KEY PREFIX
 //   run CMDLINE | runwait CMDLINE (prints "exit=N", all 32 bits)
+//   runlimited CMDLINE (run with the unelevated token, as a user's session does)
 //   waitwin CLASS [S] | closewin CLASS | list | hold PATH MARKER (open without
 //   sharing until MARKER exists, at most 10 minutes)
 #include <windows.h>
@@ -301,12 +302,23 @@ int wmain(int argc, wchar_t** wargv) {
       if (cmd == "regdelv") RegDeleteValueW(h, prefix.c_str());
       RegCloseKey(h);
       for (const auto& d : doomed) DeleteTree(Root(root), d);
-    } else if (cmd == "run" || cmd == "runwait") {
+    } else if (cmd == "run" || cmd == "runwait" || cmd == "runlimited") {
       std::wstring line = Widen(next()), desk = L"WinSta0\\" + desktop;
       STARTUPINFOW si{sizeof si};
       if (!desktop.empty()) si.lpDesktop = desk.data();
       PROCESS_INFORMATION pi{};
-      if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
+      HANDLE own = nullptr, limited = nullptr;
+      TOKEN_LINKED_TOKEN linked{};
+      DWORD size = 0;
+      if (cmd == "runlimited" &&
+          !(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &own) &&
+            GetTokenInformation(own, TokenLinkedToken, &linked, sizeof linked, &size) &&
+            DuplicateTokenEx(linked.LinkedToken, MAXIMUM_ALLOWED, nullptr, SecurityImpersonation, TokenPrimary,
+                             &limited)))
+        Fail("no unelevated token");
+      if (!(limited ? CreateProcessAsUserW(limited, nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                           &si, &pi)
+                    : CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)))
         Fail("cannot start " + Narrow(line));
       CloseHandle(pi.hThread);
       if (cmd == "runwait") {
