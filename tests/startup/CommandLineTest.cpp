@@ -128,7 +128,9 @@ TEST(Elevation, ProgramsStartInTheirFolderThroughTheWaitingStarter) {
     for (int i = 0; row.started && i < 200 && cwd.find('\n') == std::string::npos; ++i, Sleep(50)) {
       cwd = test::ReadFileBytes(report);
     }
-    if (row.started) EXPECT_EQ(cwd, folder + "\r\n");
+    if (row.started) {
+      EXPECT_EQ(cwd, folder + "\r\n");
+    }
     if (serving.joinable()) SetEvent(stop), serving.join(), ResetEvent(stop);
     starter.reset();
   }
