@@ -32,6 +32,15 @@ StructuredLineReader::StructuredLineReader(std::string_view text)
 
 StructuredLineReader::~StructuredLineReader() = default;
 
+std::unique_ptr<ArenaRef> StructuredLineReader::ItemArena() {
+  if (spare_) return std::move(spare_);
+  return std::make_unique<ArenaRef>(NodeArena::Create());
+}
+
+void StructuredLineReader::KeepItemArena(std::unique_ptr<ArenaRef> used) {
+  if (used->get()->Rewind()) spare_ = std::move(used);
+}
+
 bool StructuredLineReader::Next(std::string_view& line) {
   if (rest_.empty()) return false;
   const char* p = rest_.data();
@@ -145,9 +154,14 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
       if (reader.depth >= StructuredLineReader::kMaxDepth)
         throw VbError(vberr::OutOfStackSpace, "groups nested too deeply");
       bool collection = first == '[';
+      std::string name(TrimBlanks(line.substr(1, n - 2)));
+      if (collection && reader.stream && reader.depth == 1 && !CollectionItem &&
+          EqualsNoCase(Name, reader.stream->group)) {
+        ParseStreamed(reader, std::move(name));
+        continue;
+      }
       auto child = std::allocate_shared<CStructuredFileGroup>(ArenaAllocator<CStructuredFileGroup>(*reader.arena),
-                                                              std::string(TrimBlanks(line.substr(1, n - 2))), collection,
-                                                              reader.arena->get());
+                                                              std::move(name), collection, reader.arena->get());
       if (collection)
         Items.Add(child);
       else
@@ -166,6 +180,32 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
     std::string_view key = prop->Name;  // taken before the pointer is moved away
     Items.Add(key, std::move(prop));
   }
+}
+
+void CStructuredFileGroup::ParseStreamed(StructuredLineReader& reader, std::string name) {
+  // The item is placed in an arena of its own, which starts over for the
+  // next item once this one is gone.
+  std::unique_ptr<ArenaRef> own = reader.ItemArena();
+  {
+    std::swap(reader.arena, own);
+    CStructuredFileGroup item(std::move(name), true, reader.arena->get());
+    // Back to the group's own arena, and the item handed over, however its
+    // reading ended.
+    auto handOver = [&] {
+      --reader.depth;
+      std::swap(reader.arena, own);
+      reader.stream->take(*this, item);
+    };
+    ++reader.depth;
+    try {
+      item.Parse(reader);
+    } catch (...) {
+      handOver();
+      throw;
+    }
+    handOver();
+  }
+  reader.KeepItemArena(std::move(own));
 }
 
 // ---------------------------------------------------------------------------
@@ -224,10 +264,11 @@ void CStructuredFileGroup::Save(StructuredTextWriter& writer) const {
 CStructuredFile::CStructuredFile(UiContext context)
     : context_(context), root_(std::make_shared<CStructuredFileGroup>()) {}
 
-int32_t CStructuredFile::LoadFromText(std::string_view utf8) {
+int32_t CStructuredFile::LoadFromText(std::string_view utf8, const StructuredItemStream* stream) {
   root_ = std::make_shared<CStructuredFileGroup>();
   try {
     StructuredLineReader reader(utf8);
+    reader.stream = stream;
     root_->Parse(reader);
   } catch (const VbError& e) {
     return e.Number();
@@ -237,7 +278,7 @@ int32_t CStructuredFile::LoadFromText(std::string_view utf8) {
   return 0;
 }
 
-int32_t CStructuredFile::LoadSilently() {
+int32_t CStructuredFile::LoadSilently(const StructuredItemStream* stream) {
   root_ = std::make_shared<CStructuredFileGroup>();
   std::string text;
   try {
@@ -248,14 +289,14 @@ int32_t CStructuredFile::LoadSilently() {
   } catch (const VbError& e) {
     return e.Number();
   }
-  return LoadFromText(text);
+  return LoadFromText(text, stream);
 }
 
-int32_t CStructuredFile::Load() {
+int32_t CStructuredFile::Load(const StructuredItemStream* stream) {
   // A file that cannot be opened is reported once: the open failure is the
   // whole story, and a second pair of boxes for the read that follows would
   // only repeat it.
-  int32_t err = LoadSilently();
+  int32_t err = LoadSilently(stream);
   if (err != 0) {
     MessageBoxRequest first;
     first.text = "Beim Laden der Datei " + FileName + " ist ein Fehler aufgetreten.";

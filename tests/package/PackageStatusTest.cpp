@@ -46,6 +46,26 @@ TEST_F(PackageStatusTest, FileRecordsMatchByNameWithoutRegardToCase) {
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
+// Records are matched while the file is read; a record without a folder
+// still takes the header's, wherever the header stands, and a later record
+// of the same file decides.
+TEST_F(PackageStatusTest, RecordsWithoutFolderTakeTheHeaderWhereverItStands) {
+  struct { const char* files; const char* state; } cases[] = {
+      {" [file]\r\n  Name=a.dll\r\n  Installed=1\r\n [/file]\r\n", "C:\\Spät|d:||1@C:\\Spät|0@|0@"},
+      {" [file]\r\n  Name=a.dll\r\n  InstalledIn=D:\\x\r\n [/file]\r\n [file]\r\n  Name=a.dll\r\n [/file]\r\n"
+       " [file]\r\n  Name=c.txt\r\n [/file]\r\n [file]\r\n  Name=c.txt\r\n  InstalledIn=E:\\y\r\n [/file]\r\n",
+       "C:\\Spät|d:||0@C:\\Spät|0@|0@E:\\y"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.files);
+    for (const auto& f : package.Files) f->InstalledIn.clear();
+    dir.Write("status.ini", Utf8ToAnsi(std::string("<files>\r\n") + c.files +
+                                       "</files>\r\n<header>\r\n InstalledIn=C:\\Spät\r\n</header>\r\n"));
+    package.Load2();
+    EXPECT_EQ(State(package), c.state);
+  }
+}
+
 TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
   package.InstalledIn = "C:\\Hälfte";
   package.SourcePath = "\\\\server\\medium";
