@@ -82,6 +82,29 @@ int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
   return 0;
 }
 
+FileReader::~FileReader() {
+  if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+int32_t FileReader::Open(const std::string& path) {
+  if (path.empty()) return vberr::BadFileName;
+  HANDLE h = CreateFileW(Utf8ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
+  handle_ = reinterpret_cast<intptr_t>(h);
+  return 0;
+}
+
+int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
+  DWORD n = 0;
+  got = 0;
+  if (!ReadFile(reinterpret_cast<HANDLE>(handle_), buffer, static_cast<DWORD>(std::min<size_t>(size, 1u << 30)), &n,
+                nullptr))
+    return FromWin32(GetLastError());
+  got = n;
+  return 0;
+}
+
 int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   if (path.empty()) return vberr::BadFileName;
   std::wstring target = Utf8ToWide(path);
@@ -175,6 +198,34 @@ int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
   }
   bytes.resize(done);
   return 0;
+}
+
+FileReader::~FileReader() {
+  if (handle_ != -1) close(static_cast<int>(handle_));
+}
+
+int32_t FileReader::Open(const std::string& path) {
+  if (path.empty()) return vberr::BadFileName;
+  Fd file{open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC)};
+  if (file.fd < 0) return FromErrno(errno);
+  struct stat st;
+  if (fstat(file.fd, &st) != 0) return FromErrno(errno);
+  if (S_ISDIR(st.st_mode)) return vberr::PathFileAccessError;
+  handle_ = file.fd;
+  file.fd = -1;
+  return 0;
+}
+
+int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
+  got = 0;
+  for (;;) {
+    ssize_t n = read(static_cast<int>(handle_), buffer, size);
+    if (n >= 0) {
+      got = static_cast<size_t>(n);
+      return 0;
+    }
+    if (errno != EINTR) return FromErrno(errno);
+  }
 }
 
 int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {

@@ -2,6 +2,7 @@
 // Whole-file reads and atomic replacement for the package files. Results are
 // the classic error numbers (0 = success), because that is what the user
 // sees when a package file cannot be read or written.
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -10,6 +11,22 @@ namespace kv::fileio {
 
 // Reads the whole file at `path` into `bytes`.
 int32_t ReadWholeFile(const std::string& path, std::string& bytes);
+
+// Reads a file front to back in pieces, for readers that need not hold it
+// whole. Errors are the same numbers ReadWholeFile gives.
+class FileReader {
+ public:
+  FileReader() = default;
+  ~FileReader();
+  FileReader(const FileReader&) = delete;
+  FileReader& operator=(const FileReader&) = delete;
+  int32_t Open(const std::string& path);
+  // Up to `size` bytes into `buffer`; `got` is 0 at the end of the file.
+  int32_t Read(char* buffer, size_t size, size_t& got);
+
+ private:
+  intptr_t handle_ = -1;  // the system's handle or descriptor; -1 when closed
+};
 
 // Writes `bytes` to a temporary file beside `path` and renames it over
 // `path`, so that a reader sees either the old or the new file, never a torn

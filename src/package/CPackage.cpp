@@ -278,7 +278,12 @@ void CPackage::SaveStatus() {
   // The file list is written straight to text: as a tree it would cost a
   // group and three values per file, several hundred bytes each, for a
   // record whose lines are known in advance. The text is the same.
-  text.reserve(text.size() + Files.size() * 96 + 32);
+  // Room for all of it at once (a record's lines hold 70 bytes besides its
+  // name and folder): growing the text on the way would copy it and touch
+  // twice the memory.
+  size_t size = text.size() + 32;
+  for (const std::shared_ptr<CFile>& record : Files) size += 80 + record->Name.size() + record->InstalledIn.size();
+  text.reserve(size);
   StructuredTextWriter writer(text);
   writer.Open("Files", false);
   for (const std::shared_ptr<CFile>& record : Files) {

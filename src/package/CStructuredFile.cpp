@@ -1,5 +1,6 @@
 #include "package/CStructuredFile.h"
 
+#include <cstring>
 #include <new>
 
 #include "base/FileIo.h"
@@ -30,6 +31,9 @@ std::shared_ptr<CStructuredFileGroup> AsGroupPtr(const StructuredItemPtr& item) 
 StructuredLineReader::StructuredLineReader(std::string_view text)
     : arena(std::make_unique<ArenaRef>(NodeArena::Create())), rest_(text) {}
 
+StructuredLineReader::StructuredLineReader(fileio::FileReader& file)
+    : arena(std::make_unique<ArenaRef>(NodeArena::Create())), file_(&file), ansi_(true) {}
+
 StructuredLineReader::~StructuredLineReader() = default;
 
 std::unique_ptr<ArenaRef> StructuredLineReader::ItemArena() {
@@ -41,18 +45,45 @@ void StructuredLineReader::KeepItemArena(std::unique_ptr<ArenaRef> used) {
   if (used->get()->Rewind()) spare_ = std::move(used);
 }
 
+bool StructuredLineReader::Refill() {
+  // What is left of the piece moves to the front and the file's next piece
+  // follows it; a line longer than a piece makes the buffer grow.
+  constexpr size_t kPiece = 256 * 1024;
+  const size_t left = rest_.size();
+  if (left > 0 && rest_.data() != buffer_.data()) std::memmove(buffer_.data(), rest_.data(), left);
+  if (buffer_.size() < left + kPiece) buffer_.resize(left + kPiece);
+  size_t got = 0;
+  if (int32_t err = file_->Read(buffer_.data() + left, buffer_.size() - left, got))
+    throw VbError(err, "cannot read the file");
+  rest_ = std::string_view(buffer_.data(), left + got);
+  if (got == 0) file_ = nullptr;
+  return got != 0;
+}
+
 bool StructuredLineReader::Next(std::string_view& line) {
+  const char* p;
+  size_t n, i;
+  for (;;) {
+    p = rest_.data();
+    n = rest_.size();
+    i = 0;
+    while (i < n && p[i] != '\r' && p[i] != '\n') ++i;
+    // A line is complete at its end; a CR only once the next byte is known,
+    // since CR LF ends one line.
+    if (!file_ || (i < n && (p[i] == '\n' || i + 1 < n))) break;
+    if (!Refill()) break;
+  }
   if (rest_.empty()) return false;
-  const char* p = rest_.data();
-  size_t n = rest_.size();
-  size_t i = 0;
-  while (i < n && p[i] != '\r' && p[i] != '\n') ++i;
   line = rest_.substr(0, i);
   if (i < n && p[i] == '\r' && i + 1 < n && p[i + 1] == '\n')
     i += 2;
   else if (i < n)
     i += 1;
   rest_.remove_prefix(i);
+  if (ansi_ && !IsAscii(line)) {
+    converted_ = AnsiToUtf8(line);
+    line = converted_;
+  }
   return true;
 }
 
@@ -268,6 +299,14 @@ int32_t CStructuredFile::LoadFromText(std::string_view utf8, const StructuredIte
   root_ = std::make_shared<CStructuredFileGroup>();
   try {
     StructuredLineReader reader(utf8);
+    return Parse(reader, stream);
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  }
+}
+
+int32_t CStructuredFile::Parse(StructuredLineReader& reader, const StructuredItemStream* stream) {
+  try {
     reader.stream = stream;
     root_->Parse(reader);
   } catch (const VbError& e) {
@@ -280,16 +319,26 @@ int32_t CStructuredFile::LoadFromText(std::string_view utf8, const StructuredIte
 
 int32_t CStructuredFile::LoadSilently(const StructuredItemStream* stream) {
   root_ = std::make_shared<CStructuredFileGroup>();
-  std::string text;
   try {
+    // Line ends are never part of a character of a single-byte code page, so
+    // such a file is read piece by piece and converted line by line: it is
+    // never held whole. Other code pages convert the whole text first.
+    if (AnsiIsSingleByte()) {
+      fileio::FileReader file;
+      if (int32_t err = file.Open(FileName)) return err;
+      StructuredLineReader reader(file);
+      return Parse(reader, stream);
+    }
+    std::string text;
     if (int32_t err = fileio::ReadWholeFile(FileName, text)) return err;
     if (!IsAscii(text)) text = AnsiToUtf8(text);
+    StructuredLineReader reader(text);
+    return Parse(reader, stream);
   } catch (const std::bad_alloc&) {
     return vberr::OutOfMemory;
   } catch (const VbError& e) {
     return e.Number();
   }
-  return LoadFromText(text, stream);
 }
 
 int32_t CStructuredFile::Load(const StructuredItemStream* stream) {

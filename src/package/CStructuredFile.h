@@ -83,14 +83,22 @@ struct StructuredItemStream {
 // Hands out the lines of a decoded file one at a time (CR LF, LF or CR end a
 // line) and keeps the nesting depth the reader has reached.
 class ArenaRef;
+namespace fileio {
+class FileReader;
+}
 
 class StructuredLineReader {
  public:
   explicit StructuredLineReader(std::string_view text);
+  // Reads the text from `file` piece by piece; it is in a single-byte ANSI
+  // code page, and each line is converted to UTF-8 as it is handed out.
+  // A failed read throws VbError with the file's error number.
+  explicit StructuredLineReader(fileio::FileReader& file);
   ~StructuredLineReader();
   StructuredLineReader(const StructuredLineReader&) = delete;
   StructuredLineReader& operator=(const StructuredLineReader&) = delete;
-  // The next raw line (line end removed); false at the end of the text.
+  // The next raw line (line end removed), valid until the next call; false
+  // at the end of the text.
   bool Next(std::string_view& line);
 
   // Groups open below the root while reading; deeper nesting than this is
@@ -106,7 +114,13 @@ class StructuredLineReader {
   void KeepItemArena(std::unique_ptr<ArenaRef> used);
 
  private:
+  bool Refill();
+
   std::string_view rest_;
+  fileio::FileReader* file_ = nullptr;  // null once the file is read to its end
+  std::string buffer_;                  // the piece of the file in hand
+  bool ansi_ = false;
+  std::string converted_;  // the last line handed out, when it was converted
   std::unique_ptr<ArenaRef> spare_;
 };
 
@@ -218,6 +232,7 @@ class CStructuredFile {
 
  private:
   int32_t ReportSaveFailure(int32_t err);
+  int32_t Parse(StructuredLineReader& reader, const StructuredItemStream* stream);
 
   UiContext context_;
   std::shared_ptr<CStructuredFileGroup> root_;
