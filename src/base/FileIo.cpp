@@ -2,6 +2,9 @@
 
 #include "base/VbError.h"
 
+#include <new>
+#include <utility>
+
 #ifdef _WIN32
 #include <windows.h>
 
@@ -19,6 +22,14 @@
 namespace kv::fileio {
 
 std::string TemporaryNameFor(const std::string& path) { return path + ".kvtmp"; }
+
+int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+  bool given = false;
+  return ReplaceFile(path, [&](std::string_view& piece) {
+    piece = bytes;
+    return !std::exchange(given, true);
+  });
+}
 
 #ifdef _WIN32
 
@@ -105,7 +116,7 @@ int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
   return 0;
 }
 
-int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+int32_t ReplaceFile(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::wstring target = Utf8ToWide(path);
   std::wstring temp = Utf8ToWide(TemporaryNameFor(path));
@@ -113,14 +124,20 @@ int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   {
     Handle file{CreateFileW(temp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)};
     if (file.h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
-    size_t done = 0;
-    while (done < bytes.size() && result == 0) {
-      DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - done, 1u << 24));
-      DWORD written = 0;
-      if (!WriteFile(file.h, bytes.data() + done, chunk, &written, nullptr))
-        result = FromWin32(GetLastError());
-      else
-        done += written;
+    std::string_view bytes;
+    try {
+      while (result == 0 && next(bytes)) {
+        for (size_t done = 0; done < bytes.size() && result == 0;) {
+          DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - done, 1u << 24));
+          DWORD written = 0;
+          if (!WriteFile(file.h, bytes.data() + done, chunk, &written, nullptr))
+            result = FromWin32(GetLastError());
+          else
+            done += written;
+        }
+      }
+    } catch (const std::bad_alloc&) {
+      result = vberr::OutOfMemory;  // the source ran out: the old file stays
     }
     if (result == 0 && !FlushFileBuffers(file.h)) result = FromWin32(GetLastError());
   }
@@ -228,7 +245,7 @@ int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
   }
 }
 
-int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+int32_t ReplaceFile(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::string target = HostPath(path);
   std::string temp = HostPath(TemporaryNameFor(path));
@@ -236,14 +253,20 @@ int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   {
     Fd file{open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)};
     if (file.fd < 0) return FromErrno(errno);
-    size_t done = 0;
-    while (done < bytes.size() && result == 0) {
-      ssize_t written = write(file.fd, bytes.data() + done, bytes.size() - done);
-      if (written < 0) {
-        if (errno != EINTR) result = FromErrno(errno);
-      } else {
-        done += static_cast<size_t>(written);
+    std::string_view bytes;
+    try {
+      while (result == 0 && next(bytes)) {
+        for (size_t done = 0; done < bytes.size() && result == 0;) {
+          ssize_t written = write(file.fd, bytes.data() + done, bytes.size() - done);
+          if (written < 0) {
+            if (errno != EINTR) result = FromErrno(errno);
+          } else {
+            done += static_cast<size_t>(written);
+          }
+        }
       }
+    } catch (const std::bad_alloc&) {
+      result = vberr::OutOfMemory;  // the source ran out: the old file stays
     }
     if (result == 0 && fsync(file.fd) != 0 && errno != EINVAL) result = FromErrno(errno);
     if (close(file.fd) != 0 && result == 0) result = FromErrno(errno);

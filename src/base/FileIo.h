@@ -4,6 +4,7 @@
 // sees when a package file cannot be read or written.
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,12 @@ class FileReader {
 // `path`, so that a reader sees either the old or the new file, never a torn
 // one. On failure the temporary file is removed and `path` is untouched.
 int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes);
+
+// The same with the bytes handed over piece by piece: each call of `next`
+// sets the next piece (valid until the following call) and returns false once
+// there is none; a file never needs to stand in memory whole.
+using PieceSource = std::function<bool(std::string_view& piece)>;
+int32_t ReplaceFile(const std::string& path, const PieceSource& next);
 
 // The temporary name ReplaceWholeFile writes first.
 std::string TemporaryNameFor(const std::string& path);

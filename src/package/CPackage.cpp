@@ -1,5 +1,6 @@
 #include "package/CPackage.h"
 
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <new>
@@ -274,28 +275,33 @@ void CPackage::SaveStatus() {
   auto created = root.AddGroup("CreatedPaths", false);
   for (const std::string& path : CreatedPaths) created->AddValue(path, "");  // a folder twice: 457
 
-  std::string text = file.ToText();
   // The file list is written straight to text: as a tree it would cost a
   // group and three values per file, several hundred bytes each, for a
-  // record whose lines are known in advance. The text is the same.
-  // Room for all of it at once (a record's lines hold 70 bytes besides its
-  // name and folder): growing the text on the way would copy it and touch
-  // twice the memory.
-  size_t size = text.size() + 32;
-  for (const std::shared_ptr<CFile>& record : Files) size += 80 + record->Name.size() + record->InstalledIn.size();
-  text.reserve(size);
-  StructuredTextWriter writer(text);
-  writer.Open("Files", false);
-  for (const std::shared_ptr<CFile>& record : Files) {
-    writer.Open("File", true);
-    writer.Value("Name", record->Name);
-    writer.Value("Installed", std::to_string(record->Installed));
-    writer.Value("InstalledIn", record->InstalledIn);
-    writer.Close("File", true);
-  }
-  writer.Close("Files", false);
-
-  if (int32_t err = file.SaveText(text)) throw VbError(err, "cannot write " + file.FileName);
+  // record whose lines are known in advance. The text is the same. It goes
+  // to the file a thousand records at a time.
+  enum { kOpen, kRecords, kDone } stage = kOpen;
+  size_t next = 0;
+  auto records = [&](std::string& lines) {
+    StructuredTextWriter writer(lines, stage == kOpen ? 0 : 1);
+    if (stage == kOpen) {
+      writer.Open("Files", false);
+      stage = kRecords;
+    }
+    for (const size_t end = std::min(Files.size(), next + 1000); next < end; ++next) {
+      const CFile& record = *Files[next];
+      writer.Open("File", true);
+      writer.Value("Name", record.Name);
+      writer.Value("Installed", std::to_string(record.Installed));
+      writer.Value("InstalledIn", record.InstalledIn);
+      writer.Close("File", true);
+    }
+    if (next == Files.size()) {
+      writer.Close("Files", false);
+      stage = kDone;
+    }
+    return stage != kDone;
+  };
+  if (int32_t err = file.SaveWith(records)) throw VbError(err, "cannot write " + file.FileName);
 }
 
 }  // namespace kv

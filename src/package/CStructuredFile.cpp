@@ -401,6 +401,31 @@ int32_t CStructuredFile::Save() {
 
 int32_t CStructuredFile::SaveText(std::string_view utf8) { return ReportSaveFailure(WriteText(FileName, utf8)); }
 
+int32_t CStructuredFile::SaveWith(const std::function<bool(std::string& lines)>& more) {
+  // Pieces end at a line end, so no character is split between two of them
+  // and each converts on its own as it would within the whole text.
+  constexpr size_t kPiece = 256 * 1024;
+  std::string piece, bytes;
+  bool treeWritten = false, done = false;
+  const int32_t err = fileio::ReplaceFile(FileName, [&](std::string_view& out) {
+    piece.clear();
+    if (!treeWritten) {
+      root_->Save(piece, 0);
+      treeWritten = true;
+    }
+    while (!done && piece.size() < kPiece) done = !more(piece);
+    if (piece.empty()) return false;
+    if (IsAscii(piece)) {
+      out = piece;
+    } else {
+      bytes = Utf8ToAnsi(piece);
+      out = bytes;
+    }
+    return true;
+  });
+  return ReportSaveFailure(err);
+}
+
 int32_t CStructuredFile::ReportSaveFailure(int32_t err) {
   if (err != 0) {
     MessageBoxRequest box;

@@ -222,6 +222,10 @@ class CStructuredFile {
   // Writes `utf8` (text in this format) in place of the tree, with the same
   // replacement and report as Save.
   int32_t SaveText(std::string_view utf8);
+  // Writes the tree followed by the lines `more` appends to its argument,
+  // piece by piece (it returns false with its last lines), with the same
+  // replacement and report as Save; the text never stands whole in memory.
+  int32_t SaveWith(const std::function<bool(std::string& lines)>& more);
 
   // The text Save writes, before the conversion to the ANSI code page.
   std::string ToText() const;

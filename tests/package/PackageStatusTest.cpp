@@ -91,6 +91,23 @@ TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
   EXPECT_EQ(State(again), State(package));
 }
 
+// The record goes to disk in pieces of a thousand files; the text is the
+// same as in one piece.
+TEST_F(PackageStatusTest, ALongFileListIsWrittenWhole) {
+  std::string names, expected = "<Header>\r\n InstalledIn=C:\\\xC4\r\n SourcePath=d:\r\n</Header>\r\n"
+                                "<CreatedPaths>\r\n</CreatedPaths>\r\n<Files>\r\n";
+  for (int i = 0; i < 2500; ++i) {
+    names += (i ? "|f" : "f") + std::to_string(i);
+    expected += " [File]\r\n  Name=f" + std::to_string(i) + "\r\n  Installed=1\r\n  InstalledIn=C:\\\xC4\r\n [/File]\r\n";
+  }
+  ASSERT_TRUE(package.Load(dir.Write("setup.ini", "<files>\r\n [file]\r\n  Name=" + names + "\r\n [/file]\r\n</files>\r\n")));
+  package.InstalledIn = "C:\\Ä";
+  package.SourcePath = "d:";
+  for (const auto& f : package.Files) f->Installed = 1, f->InstalledIn = package.InstalledIn;
+  package.SaveStatus();
+  EXPECT_EQ(test::ReadBytes(dir / "status.ini"), expected + "</Files>\r\n");
+}
+
 TEST_F(PackageStatusTest, FailedOrSuppressedSavesKeepTheOldFile) {
   dir.Write("status.ini", "alt\r\n");
   package.NoStatusSave = true;
