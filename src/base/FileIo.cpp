@@ -25,7 +25,7 @@ std::string TemporaryNameFor(const std::string& path) { return path + ".kvtmp"; 
 
 int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   bool given = false;
-  return ReplaceFile(path, [&](std::string_view& piece) {
+  return ReplaceFileInPieces(path, [&](std::string_view& piece) {
     piece = bytes;
     return !std::exchange(given, true);
   });
@@ -116,7 +116,7 @@ int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
   return 0;
 }
 
-int32_t ReplaceFile(const std::string& path, const PieceSource& next) {
+int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::wstring target = Utf8ToWide(path);
   std::wstring temp = Utf8ToWide(TemporaryNameFor(path));
@@ -245,7 +245,7 @@ int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
   }
 }
 
-int32_t ReplaceFile(const std::string& path, const PieceSource& next) {
+int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::string target = HostPath(path);
   std::string temp = HostPath(TemporaryNameFor(path));

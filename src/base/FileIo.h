@@ -38,7 +38,7 @@ int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes);
 // sets the next piece (valid until the following call) and returns false once
 // there is none; a file never needs to stand in memory whole.
 using PieceSource = std::function<bool(std::string_view& piece)>;
-int32_t ReplaceFile(const std::string& path, const PieceSource& next);
+int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next);
 
 // The temporary name ReplaceWholeFile writes first.
 std::string TemporaryNameFor(const std::string& path);

@@ -407,7 +407,7 @@ int32_t CStructuredFile::SaveWith(const std::function<bool(std::string& lines)>&
   constexpr size_t kPiece = 256 * 1024;
   std::string piece, bytes;
   bool treeWritten = false, done = false;
-  const int32_t err = fileio::ReplaceFile(FileName, [&](std::string_view& out) {
+  const int32_t err = fileio::ReplaceFileInPieces(FileName, [&](std::string_view& out) {
     piece.clear();
     if (!treeWritten) {
       root_->Save(piece, 0);
