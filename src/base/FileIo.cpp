@@ -23,6 +23,27 @@ namespace kv::fileio {
 
 std::string TemporaryNameFor(const std::string& path) { return path + ".kvtmp"; }
 
+int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
+  bytes.clear();
+  FileReader file;
+  if (int32_t err = file.Open(path)) return err;
+  if (file.Size() > 0x7FFFFFFF) return vberr::OutOfMemory;
+  bytes.resize(static_cast<size_t>(file.Size()));
+  size_t done = 0;
+  for (;;) {
+    if (done == bytes.size()) {
+      if (file.Size() > 0) break;
+      bytes.resize(bytes.size() + 65536);  // size unknown (pipe, /proc): read on
+    }
+    size_t got = 0;
+    if (int32_t err = file.Read(bytes.data() + done, bytes.size() - done, got)) return err;
+    if (got == 0) break;  // shrank while we read
+    done += got;
+  }
+  bytes.resize(done);
+  return 0;
+}
+
 int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   bool given = false;
   return ReplaceFileInPieces(path, [&](std::string_view& piece) {
@@ -70,29 +91,6 @@ struct Handle {
 
 }  // namespace
 
-int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
-  bytes.clear();
-  if (path.empty()) return vberr::BadFileName;
-  std::wstring wide = Utf8ToWide(path);
-  Handle file{CreateFileW(wide.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr)};
-  if (file.h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
-  LARGE_INTEGER size;
-  if (!GetFileSizeEx(file.h, &size)) return FromWin32(GetLastError());
-  if (size.QuadPart > 0x7FFFFFFF) return vberr::OutOfMemory;
-  bytes.resize(static_cast<size_t>(size.QuadPart));
-  size_t done = 0;
-  while (done < bytes.size()) {
-    DWORD got = 0;
-    if (!ReadFile(file.h, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &got, nullptr))
-      return FromWin32(GetLastError());
-    if (got == 0) break;  // shrank while we read
-    done += got;
-  }
-  bytes.resize(done);
-  return 0;
-}
-
 FileReader::~FileReader() {
   if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
 }
@@ -103,6 +101,9 @@ int32_t FileReader::Open(const std::string& path) {
                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
   if (h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
   handle_ = reinterpret_cast<intptr_t>(h);
+  LARGE_INTEGER size;
+  if (!GetFileSizeEx(h, &size)) return FromWin32(GetLastError());
+  size_ = static_cast<uint64_t>(size.QuadPart);
   return 0;
 }
 
@@ -190,33 +191,6 @@ struct Fd {
 
 }  // namespace
 
-int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
-  bytes.clear();
-  if (path.empty()) return vberr::BadFileName;
-  Fd file{open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC)};
-  if (file.fd < 0) return FromErrno(errno);
-  struct stat st;
-  if (fstat(file.fd, &st) != 0) return FromErrno(errno);
-  if (S_ISDIR(st.st_mode)) return vberr::PathFileAccessError;
-  bytes.resize(st.st_size > 0 ? static_cast<size_t>(st.st_size) : 0);
-  size_t done = 0;
-  for (;;) {
-    if (done == bytes.size()) {
-      if (st.st_size > 0) break;
-      bytes.resize(bytes.size() + 65536);  // size unknown (pipe, /proc): read on
-    }
-    ssize_t got = read(file.fd, bytes.data() + done, bytes.size() - done);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      return FromErrno(errno);
-    }
-    if (got == 0) break;
-    done += static_cast<size_t>(got);
-  }
-  bytes.resize(done);
-  return 0;
-}
-
 FileReader::~FileReader() {
   if (handle_ != -1) close(static_cast<int>(handle_));
 }
@@ -230,6 +204,7 @@ int32_t FileReader::Open(const std::string& path) {
   if (S_ISDIR(st.st_mode)) return vberr::PathFileAccessError;
   handle_ = file.fd;
   file.fd = -1;
+  size_ = st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0;
   return 0;
 }
 

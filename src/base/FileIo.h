@@ -22,11 +22,14 @@ class FileReader {
   FileReader(const FileReader&) = delete;
   FileReader& operator=(const FileReader&) = delete;
   int32_t Open(const std::string& path);
+  // The size when it was opened; 0 also when unknown (a pipe).
+  uint64_t Size() const { return size_; }
   // Up to `size` bytes into `buffer`; `got` is 0 at the end of the file.
   int32_t Read(char* buffer, size_t size, size_t& got);
 
  private:
   intptr_t handle_ = -1;  // the system's handle or descriptor; -1 when closed
+  uint64_t size_ = 0;
 };
 
 // Writes `bytes` to a temporary file beside `path` and renames it over
