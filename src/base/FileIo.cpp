@@ -2,6 +2,9 @@
 
 #include "base/VbError.h"
 
+#include <new>
+#include <utility>
+
 #ifdef _WIN32
 #include <windows.h>
 
@@ -19,6 +22,35 @@
 namespace kv::fileio {
 
 std::string TemporaryNameFor(const std::string& path) { return path + ".kvtmp"; }
+
+int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
+  bytes.clear();
+  FileReader file;
+  if (int32_t err = file.Open(path)) return err;
+  if (file.Size() > 0x7FFFFFFF) return vberr::OutOfMemory;
+  bytes.resize(static_cast<size_t>(file.Size()));
+  size_t done = 0;
+  for (;;) {
+    if (done == bytes.size()) {
+      if (file.Size() > 0) break;
+      bytes.resize(bytes.size() + 65536);  // size unknown (pipe, /proc): read on
+    }
+    size_t got = 0;
+    if (int32_t err = file.Read(bytes.data() + done, bytes.size() - done, got)) return err;
+    if (got == 0) break;  // shrank while we read
+    done += got;
+  }
+  bytes.resize(done);
+  return 0;
+}
+
+int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+  bool given = false;
+  return ReplaceFileInPieces(path, [&](std::string_view& piece) {
+    piece = bytes;
+    return !std::exchange(given, true);
+  });
+}
 
 #ifdef _WIN32
 
@@ -59,30 +91,33 @@ struct Handle {
 
 }  // namespace
 
-int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
-  bytes.clear();
+FileReader::~FileReader() {
+  if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+int32_t FileReader::Open(const std::string& path) {
   if (path.empty()) return vberr::BadFileName;
-  std::wstring wide = Utf8ToWide(path);
-  Handle file{CreateFileW(wide.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr)};
-  if (file.h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
+  HANDLE h = CreateFileW(Utf8ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
+  handle_ = reinterpret_cast<intptr_t>(h);
   LARGE_INTEGER size;
-  if (!GetFileSizeEx(file.h, &size)) return FromWin32(GetLastError());
-  if (size.QuadPart > 0x7FFFFFFF) return vberr::OutOfMemory;
-  bytes.resize(static_cast<size_t>(size.QuadPart));
-  size_t done = 0;
-  while (done < bytes.size()) {
-    DWORD got = 0;
-    if (!ReadFile(file.h, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &got, nullptr))
-      return FromWin32(GetLastError());
-    if (got == 0) break;  // shrank while we read
-    done += got;
-  }
-  bytes.resize(done);
+  if (!GetFileSizeEx(h, &size)) return FromWin32(GetLastError());
+  size_ = static_cast<uint64_t>(size.QuadPart);
   return 0;
 }
 
-int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
+  DWORD n = 0;
+  got = 0;
+  if (!ReadFile(reinterpret_cast<HANDLE>(handle_), buffer, static_cast<DWORD>(std::min<size_t>(size, 1u << 30)), &n,
+                nullptr))
+    return FromWin32(GetLastError());
+  got = n;
+  return 0;
+}
+
+int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::wstring target = Utf8ToWide(path);
   std::wstring temp = Utf8ToWide(TemporaryNameFor(path));
@@ -90,14 +125,20 @@ int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   {
     Handle file{CreateFileW(temp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)};
     if (file.h == INVALID_HANDLE_VALUE) return FromWin32(GetLastError());
-    size_t done = 0;
-    while (done < bytes.size() && result == 0) {
-      DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - done, 1u << 24));
-      DWORD written = 0;
-      if (!WriteFile(file.h, bytes.data() + done, chunk, &written, nullptr))
-        result = FromWin32(GetLastError());
-      else
-        done += written;
+    std::string_view bytes;
+    try {
+      while (result == 0 && next(bytes)) {
+        for (size_t done = 0; done < bytes.size() && result == 0;) {
+          DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - done, 1u << 24));
+          DWORD written = 0;
+          if (!WriteFile(file.h, bytes.data() + done, chunk, &written, nullptr))
+            result = FromWin32(GetLastError());
+          else
+            done += written;
+        }
+      }
+    } catch (const std::bad_alloc&) {
+      result = vberr::OutOfMemory;  // the source ran out: the old file stays
     }
     if (result == 0 && !FlushFileBuffers(file.h)) result = FromWin32(GetLastError());
   }
@@ -150,34 +191,36 @@ struct Fd {
 
 }  // namespace
 
-int32_t ReadWholeFile(const std::string& path, std::string& bytes) {
-  bytes.clear();
+FileReader::~FileReader() {
+  if (handle_ != -1) close(static_cast<int>(handle_));
+}
+
+int32_t FileReader::Open(const std::string& path) {
   if (path.empty()) return vberr::BadFileName;
   Fd file{open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC)};
   if (file.fd < 0) return FromErrno(errno);
   struct stat st;
   if (fstat(file.fd, &st) != 0) return FromErrno(errno);
   if (S_ISDIR(st.st_mode)) return vberr::PathFileAccessError;
-  bytes.resize(st.st_size > 0 ? static_cast<size_t>(st.st_size) : 0);
-  size_t done = 0;
-  for (;;) {
-    if (done == bytes.size()) {
-      if (st.st_size > 0) break;
-      bytes.resize(bytes.size() + 65536);  // size unknown (pipe, /proc): read on
-    }
-    ssize_t got = read(file.fd, bytes.data() + done, bytes.size() - done);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      return FromErrno(errno);
-    }
-    if (got == 0) break;
-    done += static_cast<size_t>(got);
-  }
-  bytes.resize(done);
+  handle_ = file.fd;
+  file.fd = -1;
+  size_ = st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0;
   return 0;
 }
 
-int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
+int32_t FileReader::Read(char* buffer, size_t size, size_t& got) {
+  got = 0;
+  for (;;) {
+    ssize_t n = read(static_cast<int>(handle_), buffer, size);
+    if (n >= 0) {
+      got = static_cast<size_t>(n);
+      return 0;
+    }
+    if (errno != EINTR) return FromErrno(errno);
+  }
+}
+
+int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next) {
   if (path.empty()) return vberr::BadFileName;
   std::string target = HostPath(path);
   std::string temp = HostPath(TemporaryNameFor(path));
@@ -185,14 +228,20 @@ int32_t ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   {
     Fd file{open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)};
     if (file.fd < 0) return FromErrno(errno);
-    size_t done = 0;
-    while (done < bytes.size() && result == 0) {
-      ssize_t written = write(file.fd, bytes.data() + done, bytes.size() - done);
-      if (written < 0) {
-        if (errno != EINTR) result = FromErrno(errno);
-      } else {
-        done += static_cast<size_t>(written);
+    std::string_view bytes;
+    try {
+      while (result == 0 && next(bytes)) {
+        for (size_t done = 0; done < bytes.size() && result == 0;) {
+          ssize_t written = write(file.fd, bytes.data() + done, bytes.size() - done);
+          if (written < 0) {
+            if (errno != EINTR) result = FromErrno(errno);
+          } else {
+            done += static_cast<size_t>(written);
+          }
+        }
       }
+    } catch (const std::bad_alloc&) {
+      result = vberr::OutOfMemory;  // the source ran out: the old file stays
     }
     if (result == 0 && fsync(file.fd) != 0 && errno != EINVAL) result = FromErrno(errno);
     if (close(file.fd) != 0 && result == 0) result = FromErrno(errno);

@@ -47,6 +47,15 @@ class NodeArena : public std::pmr::memory_resource {
     return blocks_.back().get() + offset;
   }
 
+  // Starts over in its one block when nothing placed here is alive any more
+  // (the caller holds the only reference), so that a reader can use one
+  // arena for item after item; false when it cannot.
+  bool Rewind() noexcept {
+    if (refs_.load(std::memory_order_acquire) != 1 || blocks_.size() != 1) return false;
+    used_ = 0;
+    return true;
+  }
+
  private:
   ~NodeArena() override = default;
 

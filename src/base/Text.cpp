@@ -130,6 +130,18 @@ bool IsAscii(std::string_view s) {
   return (any & 0x8080808080808080ull) == 0;
 }
 
+bool AnsiIsSingleByte() {
+#ifdef _WIN32
+  static const bool single = [] {
+    CPINFO info;
+    return GetCPInfo(CP_ACP, &info) && info.MaxCharSize == 1;
+  }();
+  return single;
+#else
+  return true;  // Windows-1252
+#endif
+}
+
 std::string AnsiToUtf8(std::string_view ansi) {
   if (IsAscii(ansi)) return std::string(ansi);
 #ifdef _WIN32

@@ -19,6 +19,9 @@ std::string Utf8ToAnsi(std::string_view utf8);
 
 // Whether every byte is below 0x80 (then ANSI and UTF-8 are the same text).
 bool IsAscii(std::string_view text);
+// Whether the ANSI code page has one byte per character: then a text converts
+// line by line exactly as it converts whole.
+bool AnsiIsSingleByte();
 
 // UTF-8 <-> wide strings (UTF-16 on Windows, UTF-32 elsewhere). Malformed
 // input becomes U+FFFD.

@@ -3,6 +3,7 @@
 #include <windows.h>
 #include <winver.h>
 
+#include <algorithm>
 #include <string>
 
 #include "install/Conflict.h"
@@ -47,6 +48,10 @@ constexpr UINT kBufferLength = 301;
 // record is written regardless: the user may answer by cancelling, and the
 // rollback and a later maintenance start read the file.
 constexpr double kStatusSaveInterval = 0.25;
+// A package so large that one write takes a noticeable part of that quarter
+// waits longer between writes: the writes then take at most a fiftieth of
+// the installation's time.
+constexpr double kStatusSaveShare = 50;
 
 UINT DriveType(const std::wstring& root) {
   if (seams::g_override && seams::g_override->GetDriveType) return seams::g_override->GetDriveType(root.c_str());
@@ -147,9 +152,11 @@ bool QuickCopyMayApply(const Session& session, const std::wstring& curDir, bool 
 // box for every file; the writes before questions and at the end still try.
 bool SaveNow(Session& session, CPackage& package) {
   try {
+    const double began = session.Ui.Now();
     package.SaveStatus();
     session.StatusUnsaved = false;
     session.StatusSavedAt = session.Ui.Now();
+    session.StatusSaveSeconds = session.StatusSavedAt - began;
     return true;
   } catch (const VbError&) {
     session.StatusSavedAt = 1.0e300;
@@ -159,7 +166,8 @@ bool SaveNow(Session& session, CPackage& package) {
 
 void NoteStatusChange(Session& session, CPackage& package) {
   session.StatusUnsaved = true;
-  if (session.Ui.Now() - session.StatusSavedAt >= kStatusSaveInterval) SaveNow(session, package);
+  const double interval = std::max(kStatusSaveInterval, kStatusSaveShare * session.StatusSaveSeconds);
+  if (session.Ui.Now() - session.StatusSavedAt >= interval) SaveNow(session, package);
 }
 
 void RunCancelProcedure(Session& session, bool ask) {

@@ -1,6 +1,10 @@
 #include "package/CPackage.h"
 
+#include <algorithm>
+#include <exception>
+#include <functional>
 #include <new>
+#include <unordered_set>
 
 #include "package/CStructuredFile.h"
 #include "base/StringTools.h"
@@ -45,11 +49,52 @@ const std::string* ValueIn(const CStructuredFileGroup& group, std::string_view k
   return prop ? &prop->Value : nullptr;
 }
 
-const CStructuredFileGroup& ChildGroup(const StructuredItemPtr& item, std::string_view parent) {
-  const CStructuredFileGroup* group = item->AsGroup();
-  if (!group) throw VbError(vberr::TypeMismatch, "value line " + item->Name + " inside " + std::string(parent));
+const CStructuredFileGroup& ChildGroup(const CStructuredFileItem& item, std::string_view parent) {
+  const CStructuredFileGroup* group = item.AsGroup();
+  if (!group) throw VbError(vberr::TypeMismatch, "value line " + item.Name + " inside " + std::string(parent));
   return *group;
 }
+
+// Takes the children of the file list in file order while the file is read:
+// the collection items the reader hands over one by one, and the children it
+// keeps in the group (named groups, value lines) in between. The first
+// failure ends the intake and is kept for Finish, so that it surfaces where
+// the whole tree's walk would have raised it.
+class FileListIntake {
+ public:
+  explicit FileListIntake(std::function<void(const CStructuredFileItem&)> take) : take_(std::move(take)) {
+    stream_.group = "files";
+    stream_.take = [this](const CStructuredFileGroup& parent, const CStructuredFileGroup& item) {
+      CatchUp(parent);
+      Take(item);
+    };
+  }
+  const StructuredItemStream* Stream() const { return &stream_; }
+
+  // The kept children after the last handed-over item, then the failure.
+  void Finish(const CStructuredFileGroup* list) {
+    if (list) CatchUp(*list);
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  void CatchUp(const CStructuredFileGroup& parent) {
+    while (kept_ < parent.Items.size()) Take(*parent.Items[kept_++]);
+  }
+  void Take(const CStructuredFileItem& item) {
+    if (failure_) return;
+    try {
+      take_(item);
+    } catch (...) {
+      failure_ = std::current_exception();
+    }
+  }
+
+  std::function<void(const CStructuredFileItem&)> take_;
+  StructuredItemStream stream_;
+  size_t kept_ = 0;
+  std::exception_ptr failure_;
+};
 
 }  // namespace
 
@@ -62,14 +107,53 @@ bool CPackage::Load(const std::string& path) {
   RegKeys.clear();
   CreatedPaths.clear();
 
+  // The file records are made while the file is read, so that the file list
+  // never stands in memory twice (once as tree, once as records).
+  std::vector<std::string> names, destinations;
+  FileListIntake intake([&](const CStructuredFileItem& item) {
+    const CStructuredFileGroup& group = ChildGroup(item, "files");
+    if (!EqualsNoCase(group.Name, "file")) return;
+    // One group may describe several files ("a.dll|b.dll") that share the
+    // destination folder, the flags and the registration mode.
+    SplitAtBar(group.GetValue("Name", ""), names);
+    if (names.empty()) return;
+    SplitAtBar(group.GetValue("DestinationName", ""), destinations);
+    destinations.resize(names.size());
+    std::string destinationPath(TrimBlanks(group.GetValue("DestinationPath", "")));
+    bool shared = Flag(group, "SharedFile");
+    bool dontOverwrite = Flag(group, "DontOverwrite");
+    bool dontUninstall = Flag(group, "DontUninstall");
+    int32_t registerMode = ToInt32(group.GetValue("Register", "0"));
+    for (size_t i = 0; i < names.size(); ++i) {
+      auto record = std::make_shared<CFile>();
+      record->Name = std::move(names[i]);
+      record->DestinationName = destinations[i].empty() ? record->Name : std::move(destinations[i]);
+      record->DestinationPath = destinationPath;
+      record->SharedFile = shared;
+      record->DontOverwrite = dontOverwrite;
+      record->Register = registerMode;
+      record->DontUninstall = dontUninstall;
+      const std::string& key = record->Name;
+      Files.Add(key, std::move(record));
+    }
+  });
+
   CStructuredFile file(context_);
   file.FileName = path;
-  const bool complete = file.Load() == 0;
+  const bool complete = file.Load(intake.Stream()) == 0;
   const StructuredItems& items = file.Items();
 
   // Caption's default is the Name just read and DefaultPath's is built from
-  // it, so the order of these reads matters.
-  if (auto header = RequiredGroup(items, "header")) {
+  // it, so the order of these reads matters. A header that is no group ends
+  // the reading before any file record is taken.
+  std::shared_ptr<CStructuredFileGroup> header;
+  try {
+    header = RequiredGroup(items, "header");
+  } catch (const VbError&) {
+    Files.Clear();
+    throw;
+  }
+  if (header) {
     Name = header->GetValue("Name", "Unbekannte Anwendung");
     Caption = header->GetValue("Caption", Name);
     Version = header->GetValue("Version", "");
@@ -85,36 +169,7 @@ bool CPackage::Load(const std::string& path) {
     HelpLink = header->GetValue("HelpLink", "");
   }
 
-  if (auto files = RequiredGroup(items, "files")) {
-    std::vector<std::string> names, destinations;
-    for (const StructuredItemPtr& item : files->Items) {
-      const CStructuredFileGroup& group = ChildGroup(item, "files");
-      if (!EqualsNoCase(group.Name, "file")) continue;
-      // One group may describe several files ("a.dll|b.dll") that share the
-      // destination folder, the flags and the registration mode.
-      SplitAtBar(group.GetValue("Name", ""), names);
-      if (names.empty()) continue;
-      SplitAtBar(group.GetValue("DestinationName", ""), destinations);
-      destinations.resize(names.size());
-      std::string destinationPath(TrimBlanks(group.GetValue("DestinationPath", "")));
-      bool shared = Flag(group, "SharedFile");
-      bool dontOverwrite = Flag(group, "DontOverwrite");
-      bool dontUninstall = Flag(group, "DontUninstall");
-      int32_t registerMode = ToInt32(group.GetValue("Register", "0"));
-      for (size_t i = 0; i < names.size(); ++i) {
-        auto record = std::make_shared<CFile>();
-        record->Name = std::move(names[i]);
-        record->DestinationName = destinations[i].empty() ? record->Name : std::move(destinations[i]);
-        record->DestinationPath = destinationPath;
-        record->SharedFile = shared;
-        record->DontOverwrite = dontOverwrite;
-        record->Register = registerMode;
-        record->DontUninstall = dontUninstall;
-        const std::string& key = record->Name;
-        Files.Add(key, std::move(record));
-      }
-    }
-  }
+  intake.Finish(RequiredGroup(items, "files").get());
 
   struct MacroSlot {
     const char* group;
@@ -135,7 +190,7 @@ bool CPackage::Load(const std::string& path) {
 
   if (auto regkeys = RequiredGroup(items, "regkeys")) {
     for (const StructuredItemPtr& item : regkeys->Items) {
-      const CStructuredFileGroup& group = ChildGroup(item, "regkeys");
+      const CStructuredFileGroup& group = ChildGroup(*item, "regkeys");
       if (EqualsNoCase(group.Name, "regkey")) RegKeys.push_back(group.GetValue("Name", ""));
     }
   }
@@ -144,11 +199,45 @@ bool CPackage::Load(const std::string& path) {
 
 void CPackage::Load2() {
   // The status file is a record, not an input the user can fix: a missing or
-  // damaged one means "not installed" and is never reported.
+  // damaged file means "not installed" and is never reported.
   try {
+    // Records are matched while the file is read. A record without a folder
+    // takes the package's, which the header sets once the whole file is
+    // read; those records are kept aside until then (a later record of the
+    // same file with a folder of its own takes it off that list).
+    std::unordered_set<CFile*> packageFolder;
+    // SaveStatus writes the records in the order of Files, so the next
+    // record usually names the next file: try that before the keyed lookup
+    // (same answer, since names are unique, but no jump through memory).
+    size_t next = 0;
+    FileListIntake intake([&](const CStructuredFileItem& child) {
+      const CStructuredFileGroup* group = child.AsGroup();
+      if (!group || !EqualsNoCase(group->Name, "file")) return;
+      const std::string* name = ValueIn(*group, "Name");
+      if (!name || name->empty()) return;
+      std::shared_ptr<CFile>* record = nullptr;
+      if (next < Files.size() && Files.HasKeyAt(next) && EqualsNoCase(Files.KeyAt(next), *name))
+        record = &Files[next++];
+      else
+        record = Files.Find(*name);
+      if (!record) return;  // no longer part of the package: forgotten
+      try {
+        const std::string* installed = ValueIn(*group, "Installed");
+        (*record)->Installed = ToInt32(installed ? *installed : "0");
+      } catch (const VbError&) {
+        // A damaged number leaves the old state; the folder is still read.
+      }
+      if (const std::string* folder = ValueIn(*group, "InstalledIn")) {
+        (*record)->InstalledIn = *folder;
+        packageFolder.erase(record->get());
+      } else {
+        packageFolder.insert(record->get());
+      }
+    });
+
     CStructuredFile file(context_);
     file.FileName = StatusFileName();
-    file.LoadSilently();
+    file.LoadSilently(intake.Stream());
     const StructuredItems& items = file.Items();
     if (items.empty()) {
       InstalledIn.clear();
@@ -164,35 +253,8 @@ void CPackage::Load2() {
       for (const StructuredItemPtr& path : created->Items) CreatedPaths.push_back(path->Name);
     }
     item = items.Find("files");
-    if (const CStructuredFileGroup* files = item ? (*item)->AsGroup() : nullptr) {
-      // SaveStatus writes the records in the order of Files, so the next
-      // record usually names the next file: try that before the keyed lookup
-      // (same answer, since names are unique, but no jump through memory).
-      size_t next = 0;
-      for (const StructuredItemPtr& child : files->Items) {
-        const CStructuredFileGroup* group = child->AsGroup();
-        if (!group || !EqualsNoCase(group->Name, "file")) continue;
-        const std::string* name = ValueIn(*group, "Name");
-        if (!name || name->empty()) continue;
-        std::shared_ptr<CFile>* record = nullptr;
-        if (next < Files.size() && Files.HasKeyAt(next) && EqualsNoCase(Files.KeyAt(next), *name))
-          record = &Files[next++];
-        else
-          record = Files.Find(*name);
-        if (!record) continue;  // no longer part of the package: forgotten
-        try {
-          const std::string* installed = ValueIn(*group, "Installed");
-          (*record)->Installed = ToInt32(installed ? *installed : "0");
-        } catch (const VbError&) {
-          // A damaged number leaves the old state; the folder is still read.
-        }
-        // Copied, not moved out of the tree: the copies land together in the
-        // heap, while moved strings would stay scattered among the tree's
-        // freed blocks and keep that memory from being reused.
-        const std::string* folder = ValueIn(*group, "InstalledIn");
-        (*record)->InstalledIn = folder ? *folder : InstalledIn;
-      }
-    }
+    intake.Finish(item ? (*item)->AsGroup() : nullptr);
+    for (CFile* record : packageFolder) record->InstalledIn = InstalledIn;
   } catch (const VbError&) {
   } catch (const std::bad_alloc&) {
   }
@@ -213,23 +275,33 @@ void CPackage::SaveStatus() {
   auto created = root.AddGroup("CreatedPaths", false);
   for (const std::string& path : CreatedPaths) created->AddValue(path, "");  // a folder twice: 457
 
-  std::string text = file.ToText();
   // The file list is written straight to text: as a tree it would cost a
   // group and three values per file, several hundred bytes each, for a
-  // record whose lines are known in advance. The text is the same.
-  text.reserve(text.size() + Files.size() * 96 + 32);
-  StructuredTextWriter writer(text);
-  writer.Open("Files", false);
-  for (const std::shared_ptr<CFile>& record : Files) {
-    writer.Open("File", true);
-    writer.Value("Name", record->Name);
-    writer.Value("Installed", std::to_string(record->Installed));
-    writer.Value("InstalledIn", record->InstalledIn);
-    writer.Close("File", true);
-  }
-  writer.Close("Files", false);
-
-  if (int32_t err = file.SaveText(text)) throw VbError(err, "cannot write " + file.FileName);
+  // record whose lines are known in advance. The text is the same. It goes
+  // to the file a thousand records at a time.
+  enum { kOpen, kRecords, kDone } stage = kOpen;
+  size_t next = 0;
+  auto records = [&](std::string& lines) {
+    StructuredTextWriter writer(lines, stage == kOpen ? 0 : 1);
+    if (stage == kOpen) {
+      writer.Open("Files", false);
+      stage = kRecords;
+    }
+    for (const size_t end = std::min(Files.size(), next + 1000); next < end; ++next) {
+      const CFile& record = *Files[next];
+      writer.Open("File", true);
+      writer.Value("Name", record.Name);
+      writer.Value("Installed", std::to_string(record.Installed));
+      writer.Value("InstalledIn", record.InstalledIn);
+      writer.Close("File", true);
+    }
+    if (next == Files.size()) {
+      writer.Close("Files", false);
+      stage = kDone;
+    }
+    return stage != kDone;
+  };
+  if (int32_t err = file.SaveWith(records)) throw VbError(err, "cannot write " + file.FileName);
 }
 
 }  // namespace kv

@@ -49,7 +49,12 @@ class CPackage {
   std::vector<std::string> CreatedPaths;  // folders the installation created, in order
   bool NoStatusSave = false;              // SaveStatus writes nothing while set
   std::vector<std::string> RegKeys;       // registry keys of the package
-  KeyedCollection<std::shared_ptr<CFile>> Files;  // keyed by CFile::Name, setup.ini order
+  // Keyed by CFile::Name (a record's key is its name, not a copy of it: a
+  // large package holds a hundred thousand of them), setup.ini order.
+  struct FileKey {
+    std::string_view operator()(const std::shared_ptr<CFile>& file) const { return file->Name; }
+  };
+  KeyedCollection<std::shared_ptr<CFile>, FileKey> Files;
   bool Removed = false;  // set by the uninstallation once the package data is gone
 
   // Reads the definition at `path` (a full file path). Files, RegKeys and

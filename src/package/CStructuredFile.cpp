@@ -1,5 +1,6 @@
 #include "package/CStructuredFile.h"
 
+#include <cstring>
 #include <new>
 
 #include "base/FileIo.h"
@@ -30,20 +31,59 @@ std::shared_ptr<CStructuredFileGroup> AsGroupPtr(const StructuredItemPtr& item) 
 StructuredLineReader::StructuredLineReader(std::string_view text)
     : arena(std::make_unique<ArenaRef>(NodeArena::Create())), rest_(text) {}
 
+StructuredLineReader::StructuredLineReader(fileio::FileReader& file)
+    : arena(std::make_unique<ArenaRef>(NodeArena::Create())), file_(&file), ansi_(true) {}
+
 StructuredLineReader::~StructuredLineReader() = default;
 
+std::unique_ptr<ArenaRef> StructuredLineReader::ItemArena() {
+  if (spare_) return std::move(spare_);
+  return std::make_unique<ArenaRef>(NodeArena::Create());
+}
+
+void StructuredLineReader::KeepItemArena(std::unique_ptr<ArenaRef> used) {
+  if (used->get()->Rewind()) spare_ = std::move(used);
+}
+
+bool StructuredLineReader::Refill() {
+  // What is left of the piece moves to the front and the file's next piece
+  // follows it; a line longer than a piece makes the buffer grow.
+  constexpr size_t kPiece = 256 * 1024;
+  const size_t left = rest_.size();
+  if (left > 0 && rest_.data() != buffer_.data()) std::memmove(buffer_.data(), rest_.data(), left);
+  if (buffer_.size() < left + kPiece) buffer_.resize(left + kPiece);
+  size_t got = 0;
+  if (int32_t err = file_->Read(buffer_.data() + left, buffer_.size() - left, got))
+    throw VbError(err, "cannot read the file");
+  rest_ = std::string_view(buffer_.data(), left + got);
+  if (got == 0) file_ = nullptr;
+  return got != 0;
+}
+
 bool StructuredLineReader::Next(std::string_view& line) {
+  const char* p;
+  size_t n, i;
+  for (;;) {
+    p = rest_.data();
+    n = rest_.size();
+    i = 0;
+    while (i < n && p[i] != '\r' && p[i] != '\n') ++i;
+    // A line is complete at its end; a CR only once the next byte is known,
+    // since CR LF ends one line.
+    if (!file_ || (i < n && (p[i] == '\n' || i + 1 < n))) break;
+    if (!Refill()) break;
+  }
   if (rest_.empty()) return false;
-  const char* p = rest_.data();
-  size_t n = rest_.size();
-  size_t i = 0;
-  while (i < n && p[i] != '\r' && p[i] != '\n') ++i;
   line = rest_.substr(0, i);
   if (i < n && p[i] == '\r' && i + 1 < n && p[i + 1] == '\n')
     i += 2;
   else if (i < n)
     i += 1;
   rest_.remove_prefix(i);
+  if (ansi_ && !IsAscii(line)) {
+    converted_ = AnsiToUtf8(line);
+    line = converted_;
+  }
   return true;
 }
 
@@ -145,9 +185,14 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
       if (reader.depth >= StructuredLineReader::kMaxDepth)
         throw VbError(vberr::OutOfStackSpace, "groups nested too deeply");
       bool collection = first == '[';
+      std::string name(TrimBlanks(line.substr(1, n - 2)));
+      if (collection && reader.stream && reader.depth == 1 && !CollectionItem &&
+          EqualsNoCase(Name, reader.stream->group)) {
+        ParseStreamed(reader, std::move(name));
+        continue;
+      }
       auto child = std::allocate_shared<CStructuredFileGroup>(ArenaAllocator<CStructuredFileGroup>(*reader.arena),
-                                                              std::string(TrimBlanks(line.substr(1, n - 2))), collection,
-                                                              reader.arena->get());
+                                                              std::move(name), collection, reader.arena->get());
       if (collection)
         Items.Add(child);
       else
@@ -166,6 +211,32 @@ void CStructuredFileGroup::Parse(StructuredLineReader& reader) {
     std::string_view key = prop->Name;  // taken before the pointer is moved away
     Items.Add(key, std::move(prop));
   }
+}
+
+void CStructuredFileGroup::ParseStreamed(StructuredLineReader& reader, std::string name) {
+  // The item is placed in an arena of its own, which starts over for the
+  // next item once this one is gone.
+  std::unique_ptr<ArenaRef> own = reader.ItemArena();
+  {
+    std::swap(reader.arena, own);
+    CStructuredFileGroup item(std::move(name), true, reader.arena->get());
+    // Back to the group's own arena, and the item handed over, however its
+    // reading ended.
+    auto handOver = [&] {
+      --reader.depth;
+      std::swap(reader.arena, own);
+      reader.stream->take(*this, item);
+    };
+    ++reader.depth;
+    try {
+      item.Parse(reader);
+    } catch (...) {
+      handOver();
+      throw;
+    }
+    handOver();
+  }
+  reader.KeepItemArena(std::move(own));
 }
 
 // ---------------------------------------------------------------------------
@@ -224,10 +295,19 @@ void CStructuredFileGroup::Save(StructuredTextWriter& writer) const {
 CStructuredFile::CStructuredFile(UiContext context)
     : context_(context), root_(std::make_shared<CStructuredFileGroup>()) {}
 
-int32_t CStructuredFile::LoadFromText(std::string_view utf8) {
+int32_t CStructuredFile::LoadFromText(std::string_view utf8, const StructuredItemStream* stream) {
   root_ = std::make_shared<CStructuredFileGroup>();
   try {
     StructuredLineReader reader(utf8);
+    return Parse(reader, stream);
+  } catch (const std::bad_alloc&) {
+    return vberr::OutOfMemory;
+  }
+}
+
+int32_t CStructuredFile::Parse(StructuredLineReader& reader, const StructuredItemStream* stream) {
+  try {
+    reader.stream = stream;
     root_->Parse(reader);
   } catch (const VbError& e) {
     return e.Number();
@@ -237,25 +317,35 @@ int32_t CStructuredFile::LoadFromText(std::string_view utf8) {
   return 0;
 }
 
-int32_t CStructuredFile::LoadSilently() {
+int32_t CStructuredFile::LoadSilently(const StructuredItemStream* stream) {
   root_ = std::make_shared<CStructuredFileGroup>();
-  std::string text;
   try {
+    // Line ends are never part of a character of a single-byte code page, so
+    // such a file is read piece by piece and converted line by line: it is
+    // never held whole. Other code pages convert the whole text first.
+    if (AnsiIsSingleByte()) {
+      fileio::FileReader file;
+      if (int32_t err = file.Open(FileName)) return err;
+      StructuredLineReader reader(file);
+      return Parse(reader, stream);
+    }
+    std::string text;
     if (int32_t err = fileio::ReadWholeFile(FileName, text)) return err;
     if (!IsAscii(text)) text = AnsiToUtf8(text);
+    StructuredLineReader reader(text);
+    return Parse(reader, stream);
   } catch (const std::bad_alloc&) {
     return vberr::OutOfMemory;
   } catch (const VbError& e) {
     return e.Number();
   }
-  return LoadFromText(text);
 }
 
-int32_t CStructuredFile::Load() {
+int32_t CStructuredFile::Load(const StructuredItemStream* stream) {
   // A file that cannot be opened is reported once: the open failure is the
   // whole story, and a second pair of boxes for the read that follows would
   // only repeat it.
-  int32_t err = LoadSilently();
+  int32_t err = LoadSilently(stream);
   if (err != 0) {
     MessageBoxRequest first;
     first.text = "Beim Laden der Datei " + FileName + " ist ein Fehler aufgetreten.";
@@ -310,6 +400,31 @@ int32_t CStructuredFile::Save() {
 }
 
 int32_t CStructuredFile::SaveText(std::string_view utf8) { return ReportSaveFailure(WriteText(FileName, utf8)); }
+
+int32_t CStructuredFile::SaveWith(const std::function<bool(std::string& lines)>& more) {
+  // Pieces end at a line end, so no character is split between two of them
+  // and each converts on its own as it would within the whole text.
+  constexpr size_t kPiece = 256 * 1024;
+  std::string piece, bytes;
+  bool treeWritten = false, done = false;
+  const int32_t err = fileio::ReplaceFileInPieces(FileName, [&](std::string_view& out) {
+    piece.clear();
+    if (!treeWritten) {
+      root_->Save(piece, 0);
+      treeWritten = true;
+    }
+    while (!done && piece.size() < kPiece) done = !more(piece);
+    if (piece.empty()) return false;
+    if (IsAscii(piece)) {
+      out = piece;
+    } else {
+      bytes = Utf8ToAnsi(piece);
+      out = bytes;
+    }
+    return true;
+  });
+  return ReportSaveFailure(err);
+}
 
 int32_t CStructuredFile::ReportSaveFailure(int32_t err) {
   if (err != 0) {

@@ -15,6 +15,7 @@
 // The end of the file closes every open group. Files are stored in the ANSI
 // code page with CR LF line ends, one blank of indent per nesting level.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -68,17 +69,36 @@ class CStructuredFileProp final : public CStructuredFileItem {
   std::string Value;  // may be empty
 };
 
+// Collection items of one top-level named group, handed to a reader of the
+// file as each is read instead of being kept in the tree: a package with a
+// hundred thousand files then never holds them all as tree nodes. `take`
+// sees the group being read (with the items kept so far, all but collection
+// items) and the item, which holds what was read before a failure when
+// reading it failed. It must not throw.
+struct StructuredItemStream {
+  std::string_view group;
+  std::function<void(const CStructuredFileGroup& parent, const CStructuredFileGroup& item)> take;
+};
+
 // Hands out the lines of a decoded file one at a time (CR LF, LF or CR end a
 // line) and keeps the nesting depth the reader has reached.
 class ArenaRef;
+namespace fileio {
+class FileReader;
+}
 
 class StructuredLineReader {
  public:
   explicit StructuredLineReader(std::string_view text);
+  // Reads the text from `file` piece by piece; it is in a single-byte ANSI
+  // code page, and each line is converted to UTF-8 as it is handed out.
+  // A failed read throws VbError with the file's error number.
+  explicit StructuredLineReader(fileio::FileReader& file);
   ~StructuredLineReader();
   StructuredLineReader(const StructuredLineReader&) = delete;
   StructuredLineReader& operator=(const StructuredLineReader&) = delete;
-  // The next raw line (line end removed); false at the end of the text.
+  // The next raw line (line end removed), valid until the next call; false
+  // at the end of the text.
   bool Next(std::string_view& line);
 
   // Groups open below the root while reading; deeper nesting than this is
@@ -87,9 +107,21 @@ class StructuredLineReader {
   int depth = 0;
   // Where the items read from this text are placed (see NodeArena.h).
   std::unique_ptr<ArenaRef> arena;
+  const StructuredItemStream* stream = nullptr;
+
+  // An arena for one streamed item, and its return once the item is gone.
+  std::unique_ptr<ArenaRef> ItemArena();
+  void KeepItemArena(std::unique_ptr<ArenaRef> used);
 
  private:
+  bool Refill();
+
   std::string_view rest_;
+  fileio::FileReader* file_ = nullptr;  // null once the file is read to its end
+  std::string buffer_;                  // the piece of the file in hand
+  bool ansi_ = false;
+  std::string converted_;  // the last line handed out, when it was converted
+  std::unique_ptr<ArenaRef> spare_;
 };
 
 // Produces the text form line by line (CR LF, one blank of indent per level).
@@ -153,6 +185,10 @@ class CStructuredFileGroup final : public CStructuredFileItem {
   // Appends this group's items as UTF-8 lines (CR LF) at the given indent.
   void Save(std::string& out, int indent) const;
   void Save(StructuredTextWriter& writer) const;
+
+ private:
+  // Reads one collection item of a streamed group and offers it to the stream.
+  void ParseStreamed(StructuredLineReader& reader, std::string name);
 };
 
 // One structured file on disk.
@@ -169,12 +205,13 @@ class CStructuredFile {
   // aufgetreten." and FileName + "-" + number) and not passed on; what was
   // read before the failure stays in the tree. A file that cannot be opened
   // is reported once. Returns 0 or the number that was reported.
-  int32_t Load();
+  // With `stream`, the items of its group go to it rather than into the tree.
+  int32_t Load(const StructuredItemStream* stream = nullptr);
   // The same without any report, for callers that treat a missing or damaged
   // file as absent.
-  int32_t LoadSilently();
+  int32_t LoadSilently(const StructuredItemStream* stream = nullptr);
   // Parses decoded (UTF-8) text in place of a file, without any report.
-  int32_t LoadFromText(std::string_view utf8);
+  int32_t LoadFromText(std::string_view utf8, const StructuredItemStream* stream = nullptr);
 
   // Writes the tree to FileName, replacing the file atomically (written beside
   // it, then renamed over it). A failure is reported with one box ("Beim
@@ -185,6 +222,10 @@ class CStructuredFile {
   // Writes `utf8` (text in this format) in place of the tree, with the same
   // replacement and report as Save.
   int32_t SaveText(std::string_view utf8);
+  // Writes the tree followed by the lines `more` appends to its argument,
+  // piece by piece (it returns false with its last lines), with the same
+  // replacement and report as Save; the text never stands whole in memory.
+  int32_t SaveWith(const std::function<bool(std::string& lines)>& more);
 
   // The text Save writes, before the conversion to the ANSI code page.
   std::string ToText() const;
@@ -195,6 +236,7 @@ class CStructuredFile {
 
  private:
   int32_t ReportSaveFailure(int32_t err);
+  int32_t Parse(StructuredLineReader& reader, const StructuredItemStream* stream);
 
   UiContext context_;
   std::shared_ptr<CStructuredFileGroup> root_;

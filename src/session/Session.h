@@ -68,9 +68,11 @@ struct Session {
   // only sets Cancelled.
   std::function<void(bool ask)> CancelSetup;
   // File records the engine changed but has not written to status.ini yet,
-  // and when it last wrote them (Ui.Now()); see modInstall::FlushInstallStatus.
+  // and when it last wrote them (Ui.Now()) and how long that write took; see
+  // modInstall::FlushInstallStatus.
   bool StatusUnsaved = false;
   double StatusSavedAt = -1.0e300;
+  double StatusSaveSeconds = 0;
   std::string SelfDeleteFolder;   // where Uninstall puts the self-delete helper; empty: the Windows folder
   std::string UninstallingName;   // what frmUninstall names (Name + " " + Version of the package being removed)
 

@@ -282,8 +282,8 @@ TEST_F(InstallFileTest, FileInUseGoesToThePendingListOrAsks) {
   EXPECT_EQ(ListFolder(App).size(), 1u);
 }
 
-// Written with the first record, then at most every quarter second, before
-// each question and on flush (only what is new).
+// Written with the first record, then at most every quarter second (longer
+// after a slow write), before each question and on flush (only what is new).
 TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   std::vector<CFile*> files;
   for (const char* n : {"a.txt", "b.txt", "c.txt", "d.txt", "e.txt"}) {
@@ -314,6 +314,16 @@ TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   EXPECT_EQ(SavedRecord("e.txt").first, 0);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_EQ(SavedRecord("e.txt").first, 1);
+
+  // A write that took long stretches the wait to fifty times its length.
+  session.StatusSaveSeconds = 0.01;
+  DeleteFileW(win::Widen(PackageData + "\\status.ini").c_str());
+  ui.AdvanceClock(0.3);
+  Install(*files[1]);
+  EXPECT_FALSE(Exists(PackageData + "\\status.ini"));
+  ui.AdvanceClock(0.3);
+  Install(*files[2]);
+  EXPECT_TRUE(Exists(PackageData + "\\status.ini"));
 
   Package->NoStatusSave = true;
   DeleteFileW(win::Widen(PackageData + "\\status.ini").c_str());

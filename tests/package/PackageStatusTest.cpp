@@ -46,6 +46,26 @@ TEST_F(PackageStatusTest, FileRecordsMatchByNameWithoutRegardToCase) {
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
+// Records are matched while the file is read; a record without a folder
+// still takes the header's, wherever the header stands, and a later record
+// of the same file decides.
+TEST_F(PackageStatusTest, RecordsWithoutFolderTakeTheHeaderWhereverItStands) {
+  struct { const char* files; const char* state; } cases[] = {
+      {" [file]\r\n  Name=a.dll\r\n  Installed=1\r\n [/file]\r\n", "C:\\Spät|d:||1@C:\\Spät|0@|0@"},
+      {" [file]\r\n  Name=a.dll\r\n  InstalledIn=D:\\x\r\n [/file]\r\n [file]\r\n  Name=a.dll\r\n [/file]\r\n"
+       " [file]\r\n  Name=c.txt\r\n [/file]\r\n [file]\r\n  Name=c.txt\r\n  InstalledIn=E:\\y\r\n [/file]\r\n",
+       "C:\\Spät|d:||0@C:\\Spät|0@|0@E:\\y"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.files);
+    for (const auto& f : package.Files) f->InstalledIn.clear();
+    dir.Write("status.ini", Utf8ToAnsi(std::string("<files>\r\n") + c.files +
+                                       "</files>\r\n<header>\r\n InstalledIn=C:\\Spät\r\n</header>\r\n"));
+    package.Load2();
+    EXPECT_EQ(State(package), c.state);
+  }
+}
+
 TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
   package.InstalledIn = "C:\\Hälfte";
   package.SourcePath = "\\\\server\\medium";
@@ -69,6 +89,23 @@ TEST_F(PackageStatusTest, SaveWritesEveryFileAndLoadRestoresTheRecord) {
   EXPECT_EQ(again.StatusFileName(), package.StatusFileName());
   again.Load2();
   EXPECT_EQ(State(again), State(package));
+}
+
+// The record goes to disk in pieces of a thousand files; the text is the
+// same as in one piece.
+TEST_F(PackageStatusTest, ALongFileListIsWrittenWhole) {
+  std::string names, expected = "<Header>\r\n InstalledIn=C:\\\xC4\r\n SourcePath=d:\r\n</Header>\r\n"
+                                "<CreatedPaths>\r\n</CreatedPaths>\r\n<Files>\r\n";
+  for (int i = 0; i < 2500; ++i) {
+    names += (i ? "|f" : "f") + std::to_string(i);
+    expected += " [File]\r\n  Name=f" + std::to_string(i) + "\r\n  Installed=1\r\n  InstalledIn=C:\\\xC4\r\n [/File]\r\n";
+  }
+  ASSERT_TRUE(package.Load(dir.Write("setup.ini", "<files>\r\n [file]\r\n  Name=" + names + "\r\n [/file]\r\n</files>\r\n")));
+  package.InstalledIn = "C:\\Ä";
+  package.SourcePath = "d:";
+  for (const auto& f : package.Files) f->Installed = 1, f->InstalledIn = package.InstalledIn;
+  package.SaveStatus();
+  EXPECT_EQ(test::ReadBytes(dir / "status.ini"), expected + "</Files>\r\n");
 }
 
 TEST_F(PackageStatusTest, FailedOrSuppressedSavesKeepTheOldFile) {

@@ -100,6 +100,11 @@ TEST_F(PackageDefinitionTest, FailuresArePassedOnAndKeepWhatCameBefore) {
        vberr::TypeMismatch, 1},
       {"<files>\r\n [file]\r\n  Name=a\r\n  Register=99999999999\r\n [/file]\r\n</files>\r\n", vberr::Overflow, 0},
       {"files\r\n", vberr::TypeMismatch, 0},
+      // Records are taken while the file is read: children kept in the group
+      // (value lines, named groups) still count in their place.
+      {"<files>\r\n lose=1\r\n [file]\r\n  Name=a\r\n [/file]\r\n</files>\r\n", vberr::TypeMismatch, 0},
+      {"<files>\r\n <file>\r\n  Name=a\r\n </file>\r\n lose=1\r\n [file]\r\n  Name=a\r\n [/file]\r\n</files>\r\n",
+       vberr::TypeMismatch, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
@@ -108,6 +113,9 @@ TEST_F(PackageDefinitionTest, FailuresArePassedOnAndKeepWhatCameBefore) {
     EXPECT_EQ(package.Files.size(), c.filesBefore);
   }
   EXPECT_EQ(Load("header=kein Abschnitt\r\n"), vberr::TypeMismatch);
+  // ... also when it stands after the file list: then no record was taken.
+  EXPECT_EQ(Load("<files>\r\n [file]\r\n  Name=a\r\n [/file]\r\n</files>\r\nheader=x\r\n"), vberr::TypeMismatch);
+  EXPECT_EQ(package.Files.size(), 0u);
   EXPECT_TRUE(ui.ui.Boxes().empty());  // passed to the caller, not reported here
 
   // A file that cannot be read is the structured file's to report (two boxes,
@@ -115,6 +123,10 @@ TEST_F(PackageDefinitionTest, FailuresArePassedOnAndKeepWhatCameBefore) {
   EXPECT_FALSE(package.Load(dir / "fehlt.ini"));
   ASSERT_EQ(ui.ui.Boxes().size(), 2u);
   EXPECT_EQ(ui.ui.Boxes()[1].request.text, dir / "fehlt.ini-53");
+  // A record cut off by a damaged line is taken as far as it was read.
+  EXPECT_FALSE(package.Load(dir.Write("setup.ini", "<files>\r\n [file]\r\n  Name=a\r\n [/datei]\r\n [file]\r\n")));
+  EXPECT_EQ(ui.ui.Boxes().size(), 4u);
+  EXPECT_EQ(package.Files.size(), 1u);
 }
 
 }  // namespace

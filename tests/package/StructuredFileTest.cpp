@@ -104,5 +104,21 @@ TEST(StructuredFileDisk, GermanFileSurvivesLoadAndSaveByteForByte) {
   EXPECT_TRUE(ui.ui.Boxes().empty());
 }
 
+// A file is read in pieces of 256 KB: a line across a piece's end and one
+// longer than a piece read as they do in the whole text.
+TEST(StructuredFileDisk, PiecewiseReadingMatchesTheWholeText) {
+  constexpr size_t kPiece = 256 * 1024;
+  std::string ansi = "<g>\r\n lang=" + std::string(kPiece - 20, 'x') + "\r\n";
+  ansi += " \xC4nderung=" + std::string(kPiece + 100, 'y') + "\r\n z=\xFC\r</g>\n[i]\r\n a\r\n";
+  TempFolder dir;
+  UiFixture ui;
+  CStructuredFile file(ui.Context()), whole(ui.Context());
+  file.FileName = dir.Write("setup.ini", ansi);
+  ASSERT_EQ(file.LoadSilently(), 0);
+  ASSERT_EQ(whole.LoadFromText(AnsiToUtf8(ansi)), 0);
+  EXPECT_EQ(Dump(*file.Root()), Dump(*whole.Root()));
+  EXPECT_EQ(file.Root()->GroupNamed("g")->GetValue("änderung", "").size(), kPiece + 100);
+}
+
 }  // namespace
 }  // namespace kv
