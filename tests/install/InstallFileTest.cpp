@@ -2,6 +2,7 @@
 // copy decision, files in use, questions to the user and the status record.
 #include <gtest/gtest.h>
 
+#include "install/CopyJournal.h"
 #include "install/FastCopy.h"
 #include "install/InstallFile.h"
 #include "install/InstallFileSeams.h"
@@ -320,6 +321,48 @@ TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   Install(*files[0]);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_FALSE(Exists(PackageData + "\\status.ini"));
+}
+
+// A run ended hard between two status writes: the next start deletes the
+// copies no record on disk claims, and only files the package created.
+TEST_F(InstallFileTest, UnrecordedCopiesOfAKilledRunAreDropped) {
+  struct Case {
+    const char* name;
+    bool existedBefore;  // somebody's file the copy replaced
+    bool onDisk;         // the record reached status.ini before the kill
+    bool staysAfterRecovery;
+  };
+  const Case cases[] = {
+      {"a.txt", false, true, true},
+      {"b.txt", false, false, false},
+      {"c.txt", true, false, true},
+  };
+  Scratch.MakeFolder("Programme\\Testprogramm");
+  for (const Case& c : cases) {
+    Scratch.WriteFile(std::string("medium\\") + c.name, "neu");
+    if (c.existedBefore) Scratch.WriteFile(std::string("Programme\\Testprogramm\\") + c.name, "fremd");
+    CFile& f = AddFile(c.name);
+    Install(f);
+    ASSERT_EQ(f.Installed, 1) << c.name;
+  }
+  // The first record went to disk at once, the others waited for the clock.
+  for (const Case& c : cases) ASSERT_EQ(SavedRecord(c.name).first, c.onDisk ? 1 : 0) << c.name;
+  ASSERT_TRUE(Exists(modInstall::CopyJournalPath(*Package)));
+
+  // The next start reads what status.ini holds.
+  for (const Case& c : cases) {
+    CFile& f = **Package->Files.Find(c.name);
+    if (!c.onDisk) f.Installed = 0, f.InstalledIn.clear();
+  }
+  modInstall::DropUnrecordedCopies(session, *Package);
+  for (const Case& c : cases) EXPECT_EQ(Exists(App + "\\" + c.name), c.staysAfterRecovery) << c.name;
+  EXPECT_FALSE(Exists(modInstall::CopyJournalPath(*Package)));
+
+  // A status write forgets the journal: what it named is on record.
+  Install(**Package->Files.Find("b.txt"));
+  ASSERT_TRUE(Exists(modInstall::CopyJournalPath(*Package)));
+  EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
+  EXPECT_FALSE(Exists(modInstall::CopyJournalPath(*Package)));
 }
 
 }  // namespace
