@@ -271,6 +271,16 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   // registration helper has none and stays the installer's own.
   const bool journaled = package.Files.Find(sourceName) != nullptr;
 
+  // The version functions take paths of fewer than MAX_PATH characters and
+  // fail badly on longer ones (the path page refuses such folders; a
+  // DestinationPath may still lead there): the file cannot be copied, which
+  // the user hears as for any copy the system could not make.
+  while (sourcePath.size() >= MAX_PATH || modTools::JoinPath(destFolder, destName).size() >= MAX_PATH) {
+    if (AskDuringCopy(session, package, "Beim Installieren von " + destName + " ist ein Fehler aufgetreten.") !=
+        kRetry)
+      return;
+  }
+
   // The names the version functions work with: long names on NT; on the 9x
   // family the short forms, which are all those functions understand there.
   // The system's folders do not change while we run; their short forms cost

@@ -365,5 +365,31 @@ TEST_F(InstallFileTest, UnrecordedCopiesOfAKilledRunAreDropped) {
   EXPECT_FALSE(Exists(modInstall::CopyJournalPath(*Package)));
 }
 
+// Resources the run does not control: a status.ini made read-only (by hand,
+// or restored from a backup) and a destination longer than the system's
+// classic path limit.
+TEST_F(InstallFileTest, ReadOnlyStatusAndOverlongDestination) {
+  Scratch.WriteFile("pkgdata\\status.ini", "");
+  SetReadOnly(PackageData + "\\status.ini");
+  Scratch.WriteFile("medium\\a.txt", "A");
+  CFile& a = AddFile("a.txt");
+  Install(a);
+  EXPECT_TRUE(ui.Boxes().empty());
+  EXPECT_EQ(SavedRecord("a.txt"), std::make_pair(1, App));
+
+  // Beyond what the version functions take: the copy fails with the
+  // ordinary question, and Ignore skips the file unrecorded.
+  std::string deep = App;
+  while (deep.size() < MAX_PATH) deep += "\\Unterordner mit einem langen Namen";
+  Scratch.WriteFile("medium\\b.txt", "B");
+  CFile& b = AddFile("b.txt", deep);
+  ui.Answer(MsgResult::Ignore);
+  Install(b);
+  ASSERT_EQ(ui.Boxes().size(), 1u);
+  EXPECT_EQ(ui.Boxes()[0].request.text, "Beim Installieren von b.txt ist ein Fehler aufgetreten." + kAriTail);
+  EXPECT_EQ(b.Installed, 0);
+  EXPECT_FALSE(Exists(deep + "\\b.txt"));
+}
+
 }  // namespace
 }  // namespace kv::test

@@ -51,7 +51,7 @@ kill_run() {
   say "$1: $(tr -d '\r' <"$out")"
   # Under wine a helper whose start the kill interrupted (the registration
   # helper, mostly) never gets going; on Windows it would finish on its own.
-  for _ in $(seq 1 20); do prefix_process_running 'setup\.exe|dllregsv\.exe' || break; sleep 0.5; done
+  sleep 2
   if prefix_process_running 'dllregsv\.exe'; then say "$1: a stalled registration helper ended"; fi
   kill_installers
 }
