@@ -135,6 +135,20 @@ modTools::LocalDateTime PresentLocalTime() {
   return t;
 }
 
+// A copy that failed for want of space leaves the system's temporary file
+// behind without naming it (VIF_TEMPFILE is not set): whatever temporary file
+// of the version functions appeared in the folder during the call goes.
+void DropUnnamedTempFiles(const std::string& folder, const FILETIME& since) {
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(W(modTools::JoinPath(folder, "ver*.tmp")).c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && CompareFileTime(&found.ftCreationTime, &since) >= 0)
+      DeleteFileW(W(modTools::JoinPath(folder, win::Narrow(found.cFileName))).c_str());
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+}
+
 void ClearAttributes(const std::string& path) { SetFileAttributesW(W(path).c_str(), FILE_ATTRIBUTE_NORMAL); }
 
 // The quick copy is tried where the system copy's outcome can only be a copy;
@@ -403,6 +417,8 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     DWORD result = VIF_SRCOLD;
     std::wstring tmpBuf(kBufferLength, L'\0');
     UINT tmpLen = kBufferLength;
+    FILETIME copyStarted;
+    GetSystemTimeAsFileTime(&copyStarted);
     if (quick) {
       result = 0;
       stamped = true;
@@ -470,6 +486,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       continue;
     }
     if (result & kCopyFailed) {
+      if (!(result & VIF_TEMPFILE)) DropUnnamedTempFiles(recDir, copyStarted);
       if (AskDuringCopy(session, package, "Beim Installieren von " + destName + " ist ein Fehler aufgetreten.") !=
           kRetry) {
         dropTempFile();
