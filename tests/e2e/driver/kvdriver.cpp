@@ -394,28 +394,19 @@ int wmain(int argc, wchar_t** wargv) {
     } else if (cmd == "killwhen") {
       const std::wstring exe = Widen(next());
       const std::string kind = next(), a = next(), b = next();
-      const double s = seconds(60);
-      const std::wstring folder = Widen(a);
+      const ULONGLONG until = GetTickCount64() + static_cast<ULONGLONG>(seconds(60) * 1000);
       const int n = std::atoi(b.c_str());
-      HKEY root = kind == "key" ? Root(a) : nullptr;
-      const std::wstring key = Widen(b);
+      HKEY h;
       // Polled without pause: the point must be hit as closely as possible.
       auto reached = [&] {
-        if (kind == "files") return CountFiles(folder) >= n;
-        if (kind == "fewer") return CountFiles(folder) <= n;
-        HKEY h;
-        if (RegOpenKeyExW(root, key.c_str(), 0, KEY_READ, &h) != ERROR_SUCCESS) return false;
-        RegCloseKey(h);
-        return true;
+        if (kind == "key") return RegOpenKeyExW(Root(a), Widen(b).c_str(), 0, KEY_READ, &h) == ERROR_SUCCESS &&
+                                  RegCloseKey(h) == ERROR_SUCCESS;
+        return kind == "files" ? CountFiles(Widen(a)) >= n : kind == "fewer" && CountFiles(Widen(a)) <= n;
       };
-      if (kind != "files" && kind != "fewer" && kind != "key") Fail("unknown kill point " + kind);
-      const ULONGLONG until = GetTickCount64() + static_cast<ULONGLONG>(s * 1000);
-      while (!reached()) {
+      while (!reached())
         if (GetTickCount64() > until) Fail("the kill point was not reached");
-      }
       if (TerminateAll(exe) == 0) Fail("no " + Narrow(exe) + " was running at the kill point");
-      std::printf("killed at %d files\n", kind == "key" ? -1 : CountFiles(folder));
-      std::fflush(stdout);
+      std::printf("killed at %d files\n", kind == "key" ? -1 : CountFiles(Widen(a)));
     } else {
       Fail("unknown step " + cmd);
     }
