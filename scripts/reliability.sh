@@ -5,6 +5,9 @@
 #   installation and an update, and "continue later" resumed through
 #   maintenance (in-process under wine, KV_CAMPAIGN=full);
 # - the guards against empty folder values (macro and file tests);
+# - the installer ended hard (TerminateProcess) at every file of the demo
+#   medium's file phase, in its registration and macro phases and during its
+#   removal, then removed unattended (e2e scenario hard_kill, every point);
 # - the fuzz targets, FUZZ_RUNS executions each (default 2 million).
 # Exit status 0 only when every campaign passed.
 set -uo pipefail
@@ -14,7 +17,8 @@ runs=${FUZZ_RUNS:-2000000}
 status=0
 
 cmake --preset windows >/dev/null
-cmake --build --preset windows -j "${JOBS:-2}" --target startup_cancel_test macro_files install_file_test >/dev/null || exit 1
+cmake --build --preset windows -j "${JOBS:-2}" --target startup_cancel_test macro_files install_file_test \
+  KVSetup setup kvdriver kvpack example_demo >/dev/null || exit 1
 trap '"$root/scripts/wine-session" stop "$root/build/windows"' EXIT
 
 log=$(mktemp)
@@ -28,6 +32,14 @@ passed=$(grep -cE 'Test +#[0-9]+: (macro_files|install_file_test) .*Passed' "$lo
 failed=$((2 - passed))
 echo "empty folder values: $passed passed, $failed failed"
 [ "$failed" -eq 0 ] || { status=1; cp "$log" build/windows/reliability-guards.log; }
+
+# The whole sweep outlasts an e2e test's time limit: run without ctest.
+scripts/wine-session start build/windows >/dev/null
+KV_KILL_POINTS="files:1 files:2 files:3 files:4 files:5 files:6 register remove:5 remove:3 remove:1 remove:0" \
+  timeout 1500 bash tests/e2e/scenarios/hard_kill.sh build/windows >"$log" 2>&1 || status=1
+grep -oE 'hard kill: [0-9]+ passed, [0-9]+ failed' "$log" \
+  || { echo "hard kill: 0 passed, 1 failed (no summary; see $log)"; status=1; }
+grep -E '^FAIL \[hard_kill\]' "$log" >&2
 
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j "${JOBS:-2}" >/dev/null || exit 1

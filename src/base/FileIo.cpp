@@ -142,6 +142,13 @@ int32_t ReplaceFileInPieces(const std::string& path, const PieceSource& next) {
     }
     if (result == 0 && !FlushFileBuffers(file.h)) result = FromWin32(GetLastError());
   }
+  // Windows refuses to replace a read-only file; ours may have been marked
+  // so by hand or by a restore from a backup, and it is still ours to write.
+  if (result == 0) {
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY))
+      SetFileAttributesW(target.c_str(), attributes & ~FILE_ATTRIBUTE_READONLY);
+  }
   if (result == 0 && !MoveFileExW(temp.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
     result = FromWin32(GetLastError());
   if (result != 0) DeleteFileW(temp.c_str());

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "install/Conflict.h"
+#include "install/CopyJournal.h"
 #include "install/ExpandPath.h"
 #include "install/FastCopy.h"
 #include "install/InstallFileSeams.h"
@@ -139,6 +140,20 @@ modTools::LocalDateTime PresentLocalTime() {
   return t;
 }
 
+// A copy that failed for want of space leaves the system's temporary file
+// behind without naming it (VIF_TEMPFILE is not set): whatever temporary file
+// of the version functions appeared in the folder during the call goes.
+void DropUnnamedTempFiles(const std::string& folder, const FILETIME& since) {
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(W(modTools::JoinPath(folder, "ver*.tmp")).c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && CompareFileTime(&found.ftCreationTime, &since) >= 0)
+      DeleteFileW(W(modTools::JoinPath(folder, win::Narrow(found.cFileName))).c_str());
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+}
+
 void ClearAttributes(const std::string& path) { SetFileAttributesW(W(path).c_str(), FILE_ATTRIBUTE_NORMAL); }
 
 // The quick copy is tried where the system copy's outcome can only be a copy;
@@ -157,6 +172,7 @@ bool SaveNow(Session& session, CPackage& package) {
     session.StatusUnsaved = false;
     session.StatusSavedAt = session.Ui.Now();
     session.StatusSaveSeconds = session.StatusSavedAt - began;
+    ForgetCopies(package);
     return true;
   } catch (const VbError&) {
     session.StatusSavedAt = 1.0e300;
@@ -255,7 +271,6 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
   }
 
   if (!modTools::FileExists(destFolder)) {
-    modTools::MakePath(destFolder);
     bool known = false;
     for (const std::string& created : package.CreatedPaths) {
       if (EqualsNoCase(created, destFolder)) {
@@ -263,10 +278,29 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
         break;
       }
     }
+    // On record before it exists: a run ended hard right after making it
+    // must not leave a folder that the uninstallation knows nothing of.
+    // Folders are few, so this extra write does not cost what one per file
+    // would, and the periodic writes keep their pace.
     if (!known) {
       package.CreatedPaths.push_back(destFolder);
-      session.StatusUnsaved = true;
+      const double pace = session.StatusSavedAt;
+      if (SaveNow(session, package)) session.StatusSavedAt = pace;
     }
+    modTools::MakePath(destFolder);
+  }
+  // Copies for a record of the package are journaled (CopyJournal.h); the
+  // registration helper has none and stays the installer's own.
+  const bool journaled = package.Files.Find(sourceName) != nullptr;
+
+  // The version functions take paths of fewer than MAX_PATH characters and
+  // fail badly on longer ones (the path page refuses such folders; a
+  // DestinationPath may still lead there): the file cannot be copied, which
+  // the user hears as for any copy the system could not make.
+  while (sourcePath.size() >= MAX_PATH || modTools::JoinPath(destFolder, destName).size() >= MAX_PATH) {
+    if (AskDuringCopy(session, package, "Beim Installieren von " + destName + " ist ein Fehler aufgetreten.") !=
+        kRetry)
+      return;
   }
 
   // The names the version functions work with: long names on NT; on the 9x
@@ -354,17 +388,22 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       break;
     }
 
+    // With nothing at the recommended place, whatever is there after the
+    // copy is ours: journaled before it starts.
+    const std::string existingPath = modTools::JoinPath(recDir, vDestName);
+    const bool existsThere = modTools::FileExists(existingPath);
+    if (journaled && !existsThere) JournalCopy(package, existingPath);
+
     // The quick copy's rename never replaces: when it succeeds, nothing was at
     // the recommended place, where the rule below would have said "install".
-    const bool quick = QuickCopyMayApply(session, wCurDir, force) &&
+    const bool quick = !existsThere && QuickCopyMayApply(session, wCurDir, force) &&
                        QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()));
 
     // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
     // With nothing at the recommended place every branch of the rule ends in
     // "install", so the source's version resource is not even read then.
-    const std::string existingPath = modTools::JoinPath(recDir, vDestName);
     int32_t answer = 2;
-    if (!quick && modTools::FileExists(existingPath)) {
+    if (!quick && existsThere) {
       answer = modVersion::CompareFileVersions(existingPath, sourcePath);
       if (sharedFile) {
         if (answer == 0 || answer == -1) {
@@ -386,6 +425,8 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     DWORD result = VIF_SRCOLD;
     std::wstring tmpBuf(kBufferLength, L'\0');
     UINT tmpLen = kBufferLength;
+    FILETIME copyStarted;
+    GetSystemTimeAsFileTime(&copyStarted);
     if (quick) {
       result = 0;
       stamped = true;
@@ -424,6 +465,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       // the user decides as for a file that cannot be overwritten.
       const std::string copyPath =
           pending ? modTools::JoinPath(actualFolder, modTools::UniqueFileName(actualFolder, destName, true)) : "";
+      if (pending != nullptr && journaled) JournalCopy(package, copyPath);
       if (pending != nullptr && CopyFileW(W(sourcePath).c_str(), W(copyPath).c_str(), TRUE)) {
         ClearAttributes(copyPath);
         try {
@@ -452,6 +494,7 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
       continue;
     }
     if (result & kCopyFailed) {
+      if (!(result & VIF_TEMPFILE)) DropUnnamedTempFiles(recDir, copyStarted);
       if (AskDuringCopy(session, package, "Beim Installieren von " + destName + " ist ein Fehler aufgetreten.") !=
           kRetry) {
         dropTempFile();
@@ -535,8 +578,11 @@ void InstallPackageFile(Session& session, CPackage& package, CFile& file, CStrin
 }
 
 bool FlushInstallStatus(Session& session, CPackage& package) {
-  if (!session.StatusUnsaved) return true;
-  return SaveNow(session, package);
+  if (session.StatusUnsaved) return SaveNow(session, package);
+  // Nothing changed since the last write: each journaled copy is on record,
+  // failed, or was skipped by the user's answer.
+  ForgetCopies(package);
+  return true;
 }
 
 void ReplaceExistingFile(const std::string& source, const std::string& target) {

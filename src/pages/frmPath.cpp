@@ -17,6 +17,8 @@ using modTools::JoinPath;
 
 namespace {
 
+constexpr size_t kLongestFolder = MAX_PATH - 12 - 1;
+
 std::string TrimBlanks(const std::string& s) {
   size_t b = s.find_first_not_of(' ');
   if (b == std::string::npos) return std::string();
@@ -73,6 +75,14 @@ bool frmPath_ValidatePath(Session& session, std::string& path) {
     Tell(session,
          "Sie können das Programm nicht direkt in den Basisordner eines Laufwerks installieren. Das Programm muss "
          "in einen Unterordner installiert werden.");
+    return false;
+  }
+  // The longest folder the system creates without the long-path prefix: room
+  // is left for an 8.3 name. The version functions that copy the files know
+  // no prefix, so a longer folder could be created but never filled.
+  if (path.size() > kLongestFolder) {
+    Tell(session, "Der angegebene Installationspfad ist zu lang (mehr als " + std::to_string(kLongestFolder) +
+                      " Zeichen). Bitte geben Sie einen kürzeren ein.");
     return false;
   }
   DWORD attributes = GetFileAttributesW(win::Widen(path).c_str());

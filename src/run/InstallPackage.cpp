@@ -184,6 +184,12 @@ void InstallPackage(Session& session, CPackage& package, bool repair, bool updat
   ui.SetMousePointer(MousePointer::Hourglass);
   CStringLongStringStack pending;
 
+  // The folder is on record before the first file arrives: a run ended hard
+  // in the file phase leaves a package that maintenance can continue or
+  // remove, not one that reads as never installed while its files are there.
+  session.StatusUnsaved = true;
+  FlushStatus(session, package);
+
   bool finished = FilePhase(session, package, repair, pending);
   // What the file phase recorded is written now, also after a cancellation
   // that kept the files: the next start offers to continue or remove exactly

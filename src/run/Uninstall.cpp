@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include "install/AppPaths.h"
+#include "install/CopyJournal.h"
+#include "base/FileIo.h"
 #include "install/ExpandPath.h"
 #include "install/Links.h"
 #include "macro/Interpreter.h"
@@ -221,6 +223,10 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
         DeleteFileQuietly(packageFolder + "\\setup.ini");
         DeleteFileQuietly(packageFolder + "\\status.ini");
         DeleteFileQuietly(packageFolder + "\\eula.txt");
+        // What a run ended hard may have left beside them: the journal of its
+        // copies and a status write that never got renamed into place.
+        DeleteFileQuietly(CopyJournalPath(package));
+        DeleteFileQuietly(fileio::TemporaryNameFor(package.StatusFileName()));
         RemoveDirectoryW(win::Widen(packageFolder).c_str());
         package.Removed = true;
         modRegTools::DeleteTree(std::string(kPackagesKey) + "\\" + identifier, HKEY_LOCAL_MACHINE);

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "install/CopyJournal.h"
 #include "install/InstallFile.h"
 #include "onefile/Format.h"
 #include "package/CPackage.h"
@@ -138,6 +139,7 @@ bool InstallFromMedium(Session& session, const std::string& medium) {
     session.IsNewInstall = false;
     session.PackageRegistered = true;
     package->Load2();
+    modInstall::DropUnrecordedCopies(session, *package);
     // A recorded download cannot be read from; the unpacked medium can.
     if (!package->DownloadedFrom.empty()) package->SourcePath = medium;
     if (!package->InstalledIn.empty()) {
@@ -172,6 +174,7 @@ bool Maintain(Session& session, const std::string& key) {
   if (!LoadDefinition(session, *package, session.AppDir + "Packages\\" + key + "\\setup.ini")) return false;
   session.IsNewInstall = false;
   package->Load2();
+  modInstall::DropUnrecordedCopies(session, *package);
   return true;
 }
 

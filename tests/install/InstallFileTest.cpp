@@ -2,6 +2,7 @@
 // copy decision, files in use, questions to the user and the status record.
 #include <gtest/gtest.h>
 
+#include "install/CopyJournal.h"
 #include "install/FastCopy.h"
 #include "install/InstallFile.h"
 #include "install/InstallFileSeams.h"
@@ -330,6 +331,36 @@ TEST_F(InstallFileTest, StatusIsSavedThrottledBeforeQuestionsAndOnFlush) {
   Install(*files[0]);
   EXPECT_TRUE(modInstall::FlushInstallStatus(session, *Package));
   EXPECT_FALSE(Exists(PackageData + "\\status.ini"));
+}
+
+// A run ended hard between two status writes: the next start deletes the
+// copies that no record on disk claims, never a file that was there before.
+TEST_F(InstallFileTest, UnrecordedCopiesOfAKilledRunAreDropped) {
+  Scratch.MakeFolder("Programme\\Testprogramm");
+  Scratch.WriteFile("Programme\\Testprogramm\\c.txt", "fremd");
+  for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
+    Scratch.WriteFile(std::string("medium\\") + name, "neu");
+    Install(AddFile(name));
+  }
+  ASSERT_EQ(SavedRecord("a.txt").first, 1);  // the first record went to disk at once, the others wait
+  for (const char* name : {"b.txt", "c.txt"}) (*Package->Files.Find(name))->Installed = 0;  // as read back
+  modInstall::DropUnrecordedCopies(session, *Package);
+  EXPECT_EQ(ListFolder(App), (std::vector<std::string>{"a.txt", "c.txt"}));
+  EXPECT_FALSE(Exists(modInstall::CopyJournalPath(*Package)));
+}
+
+// Beyond the path length the version functions take (they crashed on it):
+// the copy fails with the ordinary question; Ignore skips it unrecorded.
+TEST_F(InstallFileTest, OverlongDestinationFailsAsACopy) {
+  std::string deep = App;
+  while (deep.size() < MAX_PATH) deep += "\\Unterordner mit einem langen Namen";
+  Scratch.WriteFile("medium\\b.txt", "B");
+  CFile& b = AddFile("b.txt", deep);
+  ui.Answer(MsgResult::Ignore);
+  Install(b);
+  ASSERT_EQ(ui.Boxes().size(), 1u);
+  EXPECT_EQ(ui.Boxes()[0].request.text, "Beim Installieren von b.txt ist ein Fehler aufgetreten." + kAriTail);
+  EXPECT_EQ(b.Installed, 0);
 }
 
 }  // namespace

@@ -176,5 +176,22 @@ TEST_F(RepairRun, SharedFileStillUsedElsewhereIsLeftAsItIs) {
   EXPECT_EQ(ReadFileBytes(App + "\\prog.exe"), "PROGRAMM 2");
 }
 
+// The medium goes away after the first file (its folder renamed); the user
+// puts it back at the prompt and retries: the run completes.
+TEST_F(InstallRun, MediumRemovedMidRunIsAskedForAndTheRetryCompletes) {
+  MakePackage();
+  const std::wstring medium = win::Widen(Medium), away = medium + L"-weg";
+  bool moved = false;
+  ui.OnDoEvents = [&] { moved = moved || (File("prog.exe").Installed && MoveFileW(medium.c_str(), away.c_str())); };
+  ui.BeforeBox = [&](const MessageBoxRequest&) { MoveFileW(away.c_str(), medium.c_str()); };
+  ui.Answer(MsgResult::Retry);
+  RunInstall();
+  ASSERT_TRUE(moved);
+  ASSERT_EQ(ui.Boxes().size(), 1u);
+  EXPECT_EQ(ui.Boxes()[0].request.text,
+            "Eine Quelldatei konnte nicht gefunden werden:\r\n    " + Medium + "\\hilfe.txt" + kAriTail);
+  for (const char* name : {"prog.exe", "hilfe.txt", "daten.txt"}) EXPECT_EQ(SavedRecord(name).first, 1) << name;
+}
+
 }  // namespace
 }  // namespace kv::test

@@ -93,6 +93,8 @@ TEST_F(PageLogic, PathValidationMessagesAndCleanedPath) {
        "Der angegebene Installationspfad ist der Pfad einer Datei. Bitte geben Sie einen anderen ein."},
       {file + "\\Demo", false, false, "",
        "Der angegebene Installationspfad konnte nicht erstellt werden. Bitte geben Sie einen anderen ein."},
+      {"C:\\" + std::string(245, 'x'), false, false, "",
+       "Der angegebene Installationspfad ist zu lang (mehr als 247 Zeichen). Bitte geben Sie einen kürzeren ein."},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.path);

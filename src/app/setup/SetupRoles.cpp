@@ -243,6 +243,10 @@ int SelfDelete(const std::string& installerExe, const std::string& folder, uint3
   }
   if (!gone) return kInstallerStillRunning;
 
+  // The removal starts the registration helper without waiting for it (a
+  // slow component must not stall it); its last unregistration may still be
+  // at work and hold its file.
+  WaitForProcessesOf(dir + "\\dllregsv.exe", deadline);
   for (const char* name : kInstallerFiles) DeleteIfPresent(dir + "\\" + name);
   return RemoveEmptyTree(dir) ? kOk : kFolderLeft;
 }

@@ -14,7 +14,11 @@
 //   runlimited CMDLINE (run with the unelevated token, as a user's session does)
 //   waitwin CLASS [S] | closewin CLASS | list | hold PATH MARKER (open without
 //   sharing until MARKER exists, at most 10 minutes)
+//   killwhen EXE files|fewer FOLDER N [S] | killwhen EXE key ROOT KEY [S]: ends
+//   every EXE (TerminateProcess, as a crash would) once FOLDER holds at least
+//   (at most) N files or the key exists; prints "killed at N files"
 #include <windows.h>
+#include <tlhelp32.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -169,6 +173,40 @@ void UseDesktop(const std::wstring& name) {
   HDESK d = nullptr;
   Within(30, [&] { return (d = OpenDesktopW(name.c_str(), 0, FALSE, GENERIC_ALL)) != nullptr; });
   if (!d || !SetThreadDesktop(d)) Fail("cannot use desktop " + Narrow(name));
+}
+
+// Files below `folder`, counted afresh on every call.
+int CountFiles(const std::wstring& folder) {
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return 0;
+  int n = 0;
+  do {
+    if (found.cFileName[0] == L'.') continue;
+    n += (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? CountFiles(folder + L"\\" + found.cFileName) : 1;
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+  return n;
+}
+
+// Ends every process whose program file is `exe`; how many it ended.
+int TerminateAll(const std::wstring& exe) {
+  HANDLE snap = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+  if (snap == INVALID_HANDLE_VALUE) return 0;
+  PROCESSENTRY32W entry{sizeof entry};
+  int ended = 0;
+  for (BOOL more = Process32FirstW(snap, &entry); more; more = Process32NextW(snap, &entry)) {
+    if (lstrcmpiW(entry.szExeFile, exe.c_str()) != 0) continue;
+    HANDLE p = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, entry.th32ProcessID);
+    if (!p) continue;
+    if (TerminateProcess(p, 9)) {
+      WaitForSingleObject(p, 5000);
+      ++ended;
+    }
+    CloseHandle(p);
+  }
+  CloseHandle(snap);
+  return ended;
 }
 
 }  // namespace
@@ -353,6 +391,22 @@ int wmain(int argc, wchar_t** wargv) {
       std::fflush(stdout);
       Within(600, [&] { return GetFileAttributesW(Widen(marker).c_str()) != INVALID_FILE_ATTRIBUTES; });
       CloseHandle(f);
+    } else if (cmd == "killwhen") {
+      const std::wstring exe = Widen(next());
+      const std::string kind = next(), a = next(), b = next();
+      const ULONGLONG until = GetTickCount64() + static_cast<ULONGLONG>(seconds(60) * 1000);
+      const int n = std::atoi(b.c_str());
+      HKEY h;
+      // Polled without pause: the point must be hit as closely as possible.
+      auto reached = [&] {
+        if (kind == "key") return RegOpenKeyExW(Root(a), Widen(b).c_str(), 0, KEY_READ, &h) == ERROR_SUCCESS &&
+                                  RegCloseKey(h) == ERROR_SUCCESS;
+        return kind == "files" ? CountFiles(Widen(a)) >= n : kind == "fewer" && CountFiles(Widen(a)) <= n;
+      };
+      while (!reached())
+        if (GetTickCount64() > until) Fail("the kill point was not reached");
+      if (TerminateAll(exe) == 0) Fail("no " + Narrow(exe) + " was running at the kill point");
+      std::printf("killed at %d files\n", kind == "key" ? -1 : CountFiles(Widen(a)));
     } else {
       Fail("unknown step " + cmd);
     }
