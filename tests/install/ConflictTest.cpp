@@ -4,6 +4,8 @@
 // from a seam.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "install/Conflict.h"
 #include "install/InstallFile.h"
 #include "install/InstallFileSeams.h"
@@ -126,6 +128,27 @@ TEST_F(ConflictInstallTest, MismatchWinsOverTheConflictBits) {
   EXPECT_TRUE(Replaced());
   EXPECT_EQ(f.Installed, 1);
   EXPECT_EQ(ListFolder(App), std::vector<std::string>{"x.dll"});
+}
+
+// What the system's own functions report for two files that differ in
+// language only, measured rather than assumed: never a language difference
+// without a plain mismatch (wine copies without a remark, 0), so the copy
+// goes on without the dialog.
+TEST(SystemVersionFunctions, ALanguageDifferenceNeverComesAlone) {
+  ScratchFolder dir;
+  std::wstring src = win::Widen(dir.MakeFolder("neu")), dst = win::Widen(dir.MakeFolder("alt")), name = L"x.dll";
+  for (uint16_t newer : {1, 2}) {
+    MakeVersionedFile(dir / "neu\\x.dll", {newer, 0, 0, 0}, kLangGerman);
+    MakeVersionedFile(dir / "alt\\x.dll", {1, 0, 0, 0}, kLangEnglishUS);
+    wchar_t temp[MAX_PATH] = {};
+    UINT length = MAX_PATH;
+    const DWORD result = VerInstallFileW(VIFF_DONTDELETEOLD, name.data(), name.data(), src.data(), dst.data(),
+                                         dst.data(), temp, &length);
+    std::printf("version %u.0 in German over 1.0 in English: VerInstallFileW = 0x%lx\n", newer, result);
+    EXPECT_TRUE(!(result & (VIF_DIFFLANG | VIF_DIFFCODEPG | VIF_DIFFTYPE)) || (result & VIF_MISMATCH)) << result;
+    EXPECT_EQ(result & ~DWORD{VIF_MISMATCH | VIF_DIFFLANG | VIF_TEMPFILE}, 0u) << "a copy error";
+    if (result & VIF_TEMPFILE) DeleteFileW((dst + L"\\" + temp).c_str());
+  }
 }
 
 TEST_F(ConflictInstallTest, FailingVersionSearchCancelsUnconditionally) {
