@@ -100,7 +100,13 @@ on_desktop() {
   setsid "$KV_WINE" explorer "/desktop=$DESK,800x600" "$@" </dev/null >/dev/null 2>&1 &
 }
 
-winpath() { echo "Z:$1" | sed 's|/|\\|g'; }
+# The Windows path of a Linux path; inside the prefix's drive C: as C:\...
+winpath() {
+  case "$1" in
+    "$C"/*) echo "C:${1#"$C"}" | sed 's|/|\\|g' ;;
+    *) echo "Z:$1" | sed 's|/|\\|g' ;;
+  esac
+}
 
 need_file() { [ -f "$1" ] || fail "missing file: ${1#$C/}"; }
 no_path() { [ ! -e "$1" ] || fail "still there: ${1#$C/}"; }

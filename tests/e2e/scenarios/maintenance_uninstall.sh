@@ -5,6 +5,9 @@
 . "$(dirname "$0")/../lib.sh" "$1" maintenance_uninstall
 reset_machine
 medium=$(make_medium demo) || exit 1
+# Installed from C:\Kivra-e2e\CD: a source folder whose name holds "tmp" or
+# "temp" counts as a download, and the build folder may lie anywhere.
+mkdir -p "$C/Kivra-e2e" && rm -rf "$C/Kivra-e2e/CD" && cp -r "$medium" "$C/Kivra-e2e/CD" && medium=$C/Kivra-e2e/CD
 install_fresh "$medium" 1 1 1
 key='Kivra Demo_1.0'
 # The medium is gone: only the uninstall row is left, moved up and the default.
