@@ -3,7 +3,8 @@
 # damage message and no change; a cancel and an installation leave no
 # unpacked folder behind; the installation equals the folder medium's (files,
 # registry, status.ini apart from SourcePath, which names the download);
-# /quiet through the download returns the engine's exit codes.
+# /quiet through the download returns the engine's exit codes; the manifest
+# for package managers carries the download's SHA-256.
 . "$(dirname "$0")/../lib.sh" "$1" onefile
 reset_machine
 medium=$(make_medium demo) || exit 1
@@ -11,6 +12,12 @@ download="$WORK/Downloads/Kivra Demo Setup.exe"
 timeout 300 "$KV_WINE" "$E2E_BUILD/tools/kvpack.exe" build "$(winpath "$E2E_SRC/examples/demo/setup.ini")" \
   --source "$(winpath "$E2E_BUILD/examples/demo")" --out "$(winpath "$download")" --single-file \
   >"$WORK/kvpack-onefile.log" 2>&1 || { cat "$WORK/kvpack-onefile.log" >&2; fail "kvpack build --single-file"; }
+
+# The package manager's manifest hashes the download itself.
+hash=$(sha256sum "$download" | cut -c1-64 | tr a-f A-F)
+timeout 120 "$KV_WINE" "$E2E_BUILD/tools/kvpack.exe" manifest "$(winpath "$E2E_SRC/examples/demo/setup.ini")" \
+  --installer-url https://kivra.example/demo/setup.exe --medium "$(winpath "$download")" 2>&1 | tr -d '\r' \
+  | grep -qxF "  InstallerSha256: $hash" || fail "kvpack manifest --medium does not give the download's SHA-256"
 
 unpacked() { find "$C/users" -maxdepth 6 -type d -name 'KVSetup-*' 2>/dev/null; }
 # What an installation of the demo leaves: files with their digests, link
