@@ -127,7 +127,10 @@ class Download {
     };
     onefile::Sha256 hash;
     uint64_t produced = 0;
-    std::vector<char> packed(kChunk), plain(kChunk);
+    // Two buffers for the whole medium: thousands of small entries would
+    // otherwise clear two fresh megabytes each.
+    std::vector<char>& packed = packed_;
+    std::vector<char>& plain = plain_;
     z_stream z{};
     if (entry.method == onefile::Method::Deflate && inflateInit2(&z, -MAX_WBITS) != Z_OK) return Outcome::Damaged;
     std::unique_ptr<z_stream, int (*)(z_stream*)> zGuard(entry.method == onefile::Method::Deflate ? &z : nullptr,
@@ -172,12 +175,17 @@ class Download {
   uint64_t size_ = 0;
   Trailer trailer_;
   std::vector<Entry> entries_;
+  std::vector<char> packed_ = std::vector<char>(kChunk), plain_ = std::vector<char>(kChunk);
 };
 
 // Creates the folders of `name` below `root` (they inherit its access list).
-void MakeParents(const std::string& root, const std::string& name) {
+// Entries of one folder follow each other: its parents are made once.
+void MakeParents(const std::string& root, const std::string& name, std::string& lastMade) {
+  const size_t last = name.rfind('\\');
+  if (last == std::string::npos || (lastMade.size() == last && name.compare(0, last, lastMade) == 0)) return;
   for (size_t slash = name.find('\\'); slash != std::string::npos; slash = name.find('\\', slash + 1))
     CreateDirectoryW(win::Widen(root + "\\" + name.substr(0, slash)).c_str(), nullptr);
+  lastMade = name.substr(0, last);
 }
 
 // The string form of the current user's SID, for the folder's access list.
@@ -307,8 +315,9 @@ int RunOneFile(const std::string& exePath, const std::string& commandTail, const
   }
   int result = kMediumDamaged;
   bool unpacked = true;
+  std::string lastMade;
   for (const Entry& entry : download.Entries()) {
-    MakeParents(folder, entry.name);
+    MakeParents(folder, entry.name, lastMade);
     DWORD code = 0;
     auto outcome = download.Unpack(entry, folder + "\\" + entry.name, code);
     if (outcome == Download::Outcome::Damaged) {
