@@ -45,7 +45,7 @@ void StructuredLineReader::KeepItemArena(std::unique_ptr<ArenaRef> used) {
   if (used->get()->Rewind()) spare_ = std::move(used);
 }
 
-bool StructuredLineReader::Refill() {
+void StructuredLineReader::Refill() {
   // What is left of the piece moves to the front and the file's next piece
   // follows it; a line longer than a piece makes the buffer grow.
   constexpr size_t kPiece = 256 * 1024;
@@ -57,7 +57,6 @@ bool StructuredLineReader::Refill() {
     throw VbError(err, "cannot read the file");
   rest_ = std::string_view(buffer_.data(), left + got);
   if (got == 0) file_ = nullptr;
-  return got != 0;
 }
 
 bool StructuredLineReader::Next(std::string_view& line) {
@@ -71,7 +70,9 @@ bool StructuredLineReader::Next(std::string_view& line) {
     // A line is complete at its end; a CR only once the next byte is known,
     // since CR LF ends one line.
     if (!file_ || (i < n && (p[i] == '\n' || i + 1 < n))) break;
-    if (!Refill()) break;
+    // Scan again even after the last piece: the refill may have moved the
+    // buffer, and at the end of the file it leaves file_ null.
+    Refill();
   }
   if (rest_.empty()) return false;
   line = rest_.substr(0, i);

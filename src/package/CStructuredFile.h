@@ -114,7 +114,7 @@ class StructuredLineReader {
   void KeepItemArena(std::unique_ptr<ArenaRef> used);
 
  private:
-  bool Refill();
+  void Refill();
 
   std::string_view rest_;
   fileio::FileReader* file_ = nullptr;  // null once the file is read to its end

@@ -118,6 +118,11 @@ TEST(StructuredFileDisk, PiecewiseReadingMatchesTheWholeText) {
   ASSERT_EQ(whole.LoadFromText(AnsiToUtf8(ansi)), 0);
   EXPECT_EQ(Dump(*file.Root()), Dump(*whole.Root()));
   EXPECT_EQ(file.Root()->GroupNamed("g")->GetValue("änderung", "").size(), kPiece + 100);
+  // A short file ending in a lone CR: its last refill grows the buffer.
+  CStructuredFile small(ui.Context());
+  small.FileName = dir.Write("status.ini", "a=1\r\nlast=\xFC\r");
+  ASSERT_EQ(small.LoadSilently(), 0);
+  EXPECT_EQ(small.Root()->GetValue("last", ""), "ü");
 }
 
 }  // namespace
