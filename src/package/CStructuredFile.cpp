@@ -48,10 +48,15 @@ void StructuredLineReader::KeepItemArena(std::unique_ptr<ArenaRef> used) {
 void StructuredLineReader::Refill() {
   // What is left of the piece moves to the front and the file's next piece
   // follows it; a line longer than a piece makes the buffer grow.
+  // A small file needs no more than its size (and one byte to see its end):
+  // status files are loaded often, and a large zero-filled buffer each time
+  // would cost more than the reading.
   constexpr size_t kPiece = 256 * 1024;
+  const uint64_t size = file_->Size();
+  const size_t piece = size > 0 && size < kPiece ? static_cast<size_t>(size) + 1 : kPiece;
   const size_t left = rest_.size();
   if (left > 0 && rest_.data() != buffer_.data()) std::memmove(buffer_.data(), rest_.data(), left);
-  if (buffer_.size() < left + kPiece) buffer_.resize(left + kPiece);
+  if (buffer_.size() < left + piece) buffer_.resize(left + piece);
   size_t got = 0;
   if (int32_t err = file_->Read(buffer_.data() + left, buffer_.size() - left, got))
     throw VbError(err, "cannot read the file");
