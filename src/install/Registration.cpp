@@ -55,20 +55,19 @@ int32_t RegisterFile(Session& session, const std::string& filePath, int32_t kind
   }
 }
 
-void UnregisterComponent(Session& session, const std::string& filePath, int32_t kind) {
+modTools::StartedProgram UnregisterComponent(Session& session, const std::string& filePath, int32_t kind) {
   switch (kind) {
     case kRegisterComponent:
     case kRegisterServer:
-      modTools::StartCommandLine(RegistrationCommandLine(session.AppDir, kind, filePath, false),
-                                 modTools::kShowNormalFocus);
-      break;
+      return modTools::StartProgram(RegistrationCommandLine(session.AppDir, kind, filePath, false),
+                                    modTools::kShowNormalFocus);
     case kRegisterFont:
       RemoveFontResourceW(win::Widen(filePath).c_str());
-      break;
+      return {};
     default:
       // Type libraries stay registered: other programs may have been built
       // against them. Unknown kinds have nothing to undo.
-      break;
+      return {};
   }
 }
 
@@ -92,9 +91,14 @@ bool UnregisterFile(Session& session, CFile& file, bool keepFile) {
   // The record and the shared count (raised under the same path) follow the
   // rules; the file itself is nobody's to unregister or delete here.
   if (file.InstalledIn.empty()) return true;
-  UnregisterComponent(session, path, file.Register);
+  const modTools::StartedProgram helper = UnregisterComponent(session, path, file.Register);
   if (keepFile) return true;
-  if (DeleteFileW(win::Widen(path).c_str())) {
+  // The unregistration is not waited for. But the helper loads the very file
+  // it works on, and a deletion that meets it there fails for that alone:
+  // only then does the deletion give it a few seconds to end, and try again.
+  constexpr uint32_t kHelperGraceMs = 5000;
+  const std::wstring wide = win::Widen(path);
+  if (DeleteFileW(wide.c_str()) || (helper && helper.EndsWithin(kHelperGraceMs) && DeleteFileW(wide.c_str()))) {
     session.Log("Datei entfernt: " + path);
   } else {
     session.FilesLeft = true;

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/ProcessStart.h"
+
 namespace kv {
 struct Session;
 class CFile;
@@ -33,8 +35,9 @@ int32_t RegisterTypeLibrary(const std::string& path);
 // without waiting and fonts are added without checking, so only a type
 // library can fail: the result is its status (0 = success).
 int32_t RegisterFile(Session& session, const std::string& filePath, int32_t kind);
-// The reverse; type libraries keep their registration. Never fails.
-void UnregisterComponent(Session& session, const std::string& filePath, int32_t kind);
+// The reverse; type libraries keep their registration. Never fails. Gives
+// back the helper or server program it started, if any (not waited for).
+modTools::StartedProgram UnregisterComponent(Session& session, const std::string& filePath, int32_t kind);
 
 // Removes one installed file of a package: lowers its shared count,
 // unregisters it and, unless keepFile, deletes it. Returns false only for a

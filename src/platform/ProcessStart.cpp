@@ -47,6 +47,22 @@ bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wai
   return true;
 }
 
+StartedProgram::~StartedProgram() {
+  if (process_) CloseHandle(process_);
+}
+
+StartedProgram::StartedProgram(StartedProgram&& other) noexcept : process_(other.process_) { other.process_ = nullptr; }
+
+bool StartedProgram::EndsWithin(uint32_t timeoutMs) const {
+  return process_ && WaitForSingleObject(process_, timeoutMs) == WAIT_OBJECT_0;
+}
+
+StartedProgram StartProgram(const std::string& commandLine, int32_t showMode) {
+  StartedProgram program;
+  program.process_ = Start(commandLine, showMode, {});
+  return program;
+}
+
 bool StartProgramReady(const std::string& commandLine, const std::string& folder, uint32_t timeoutMs) {
   HANDLE process = Start(commandLine, kShowNormalFocus, folder);
   if (!process) return false;

@@ -24,6 +24,27 @@ inline constexpr int32_t kShowMinimizedNoFocus = 6;
 bool StartCommandLine(const std::string& commandLine, int32_t showMode, bool wait = false,
                       uint32_t* exitCode = nullptr, const std::string& folder = {});
 
+// A program started without waiting whose end its starter may still await
+// for a bounded time; the handle is let go with the object.
+class StartedProgram {
+ public:
+  StartedProgram() = default;
+  ~StartedProgram();
+  StartedProgram(StartedProgram&& other) noexcept;
+  StartedProgram& operator=(StartedProgram&&) = delete;
+  StartedProgram(const StartedProgram&) = delete;
+  explicit operator bool() const { return process_ != nullptr; }
+  // True once the program has ended, waiting at most `timeoutMs`.
+  bool EndsWithin(uint32_t timeoutMs) const;
+
+ private:
+  friend StartedProgram StartProgram(const std::string& commandLine, int32_t showMode);
+  void* process_ = nullptr;
+};
+// StartCommandLine without waiting, keeping the program; empty when it could
+// not be started.
+StartedProgram StartProgram(const std::string& commandLine, int32_t showMode);
+
 // Starts a program normally, focused, in `folder`, and returns once it waits
 // for its first input (at most `timeoutMs`): whoever started it may then end
 // without leaving it half started.
