@@ -35,9 +35,10 @@ for target in $targets; do
   echo "== $name: ${limit[*]}"
   log="$build/fuzz-$name.log"
   result=passed
-  # -timeout: an input that takes longer than 10 s counts as a hang;
+  # -timeout: an input that takes longer than FUZZ_TIMEOUT seconds (30) counts
+  # as a hang - generous, since long runs share a busy machine at low priority;
   # -rss_limit_mb: a blow-up counts as a finding, not as a slow machine.
-  if ! "$target" "${limit[@]}" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
+  if ! "$target" "${limit[@]}" -timeout="${FUZZ_TIMEOUT:-30}" -rss_limit_mb=2048 -max_len=65536 \
        -print_final_stats=1 -artifact_prefix="$artifacts" "$work" "$root/fuzz/corpus/$name" >"$log" 2>&1; then
     status=1; result=failed
     echo "run-fuzz: $name found a problem; see $log and $artifacts" >&2
