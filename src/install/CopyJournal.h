@@ -20,11 +20,13 @@ namespace kv::modInstall {
 // The journal of `package`: copies.log in its package folder.
 std::string CopyJournalPath(const CPackage& package);
 
-// Notes that `path` is about to be created by a copy. Costs one append; does
-// nothing when the package keeps no status.
+// Notes that `path` is about to be created by a copy. Costs one write to a
+// journal kept open until the next ForgetCopies; does nothing when the
+// package keeps no status.
 void JournalCopy(const CPackage& package, const std::string& path);
 
 // The status was written: every journaled copy is now recorded or gone.
+// Closes and deletes the journal.
 void ForgetCopies(const CPackage& package);
 
 // After status.ini was read: deletes each journaled file that no record of

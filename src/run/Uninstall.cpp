@@ -225,7 +225,7 @@ void Uninstall(Session& session, CPackage& package, bool skipRegistrations, CPac
         DeleteFileQuietly(packageFolder + "\\eula.txt");
         // What a run ended hard may have left beside them: the journal of its
         // copies and a status write that never got renamed into place.
-        DeleteFileQuietly(CopyJournalPath(package));
+        ForgetCopies(package);
         DeleteFileQuietly(fileio::TemporaryNameFor(package.StatusFileName()));
         RemoveDirectoryW(win::Widen(packageFolder).c_str());
         package.Removed = true;
