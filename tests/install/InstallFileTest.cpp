@@ -67,9 +67,11 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
     int existingYear;  // the medium's copy is from 2012
     int outcome;       // the file at the destination afterwards
     int32_t count;     // shared count afterwards
+    bool large = false;  // beyond the size the quick copy reads in one piece
   };
   const Row rows[] = {
       {"new file", 2, -1, false, false, false, false, false, false, true, 2010, kReplaced, -1},
+      {"new large file", 0, -1, false, false, false, false, false, false, true, 2010, kReplaced, -1, true},
       {"same version, other bytes", 1, 1, false, false, false, false, false, false, false, 2010, kKept, -1},
       {"older", 1, 3, false, false, false, false, false, false, false, 2010, kKept, -1},
       {"newer", 3, 1, false, false, false, false, false, false, false, 2010, kReplaced, -1},
@@ -93,7 +95,7 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
     const std::string name = "kvdiff" + std::to_string(++n) + ".dll";
     const std::string inSystem = modSpclFolder::GetSystemFolder() + "\\" + name;
     if (r.inSystemFolder) Put(inSystem, 1, kLangGerman, "");
-    Put(Medium + "\\" + name, r.medium, kLangGerman, "vom Medium");
+    Put(Medium + "\\" + name, r.medium, kLangGerman, r.large ? std::string(1536 * 1024, 'M') : "vom Medium");
     if (r.medium >= 0) SetStamps(Medium + "\\" + name, 2012);
     SetReadOnly(Medium + "\\" + name);  // as on a CD: the installed copy is never write-protected
     std::string seen[2];
