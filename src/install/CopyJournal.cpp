@@ -48,8 +48,8 @@ void JournalCopy(const CPackage& package, const std::string& path) {
   const std::string journal = CopyJournalPath(package);
   if (g_journal.file == INVALID_HANDLE_VALUE || g_journal.path != journal) {
     g_journal.Close();
-    g_journal.file = CreateFileW(win::Widen(journal).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                 OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    g_journal.file = CreateFileW(win::Widen(journal).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                 nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (g_journal.file == INVALID_HANDLE_VALUE) return;
     g_journal.path = journal;
   }
