@@ -258,8 +258,10 @@ class RecordingHost final : public MacroHost {
     }
     if (!failed && !pending_.empty() && pending_.back() == Op::WriteNumber) {
       std::string data(command.group->GetValue("Data", "0"));
-      bool plain = !data.empty() && data.size() <= 10 && data.find_first_not_of("0123456789", data[0] == '-') == std::string::npos &&
-                   data != "-";
+      // Up to nine digits, signed or not: always a valid DWORD.
+      size_t digits = data.size() - (!data.empty() && data[0] == '-');
+      bool plain = digits >= 1 && digits <= 9 &&
+                   data.find_first_not_of("0123456789", data[0] == '-') == std::string::npos;
       if (plain) Check(std::stoll(data) == lastNumber_, "regsetdword writes the number Data says");
     }
     // After an abort only the lines of the ifregstring blocks around the

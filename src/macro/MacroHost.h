@@ -38,7 +38,8 @@ class MacroHost {
                                   const std::string& toPath) = 0;
 
   // Registry values of `key` below `root`; none of these fails.
-  virtual std::string ReadString(RegistryRoot root, const std::string& key, const std::string& valueName) = 0;  // missing: ""
+  // A missing key or value reads as "".
+  virtual std::string ReadString(RegistryRoot root, const std::string& key, const std::string& valueName) = 0;
   virtual void WriteString(RegistryRoot root, const std::string& key, const std::string& valueName,
                            const std::string& data) = 0;
   virtual void WriteNumber(RegistryRoot root, const std::string& key, const std::string& valueName,
