@@ -1,16 +1,15 @@
 #pragma once
-// What one command of a macro sees while it runs: the session, the package it
-// runs for, its own group of parameters and the message the prompt will show
-// if it fails. Internal to the macro layer.
+// What one command of a macro sees while it runs: the host it works through,
+// its own group of parameters and the message the prompt will show if it
+// fails. Internal to the macro layer.
 #include <functional>
 #include <string>
 #include <string_view>
 
 #include "macro/MacroCommands.h"
+#include "macro/MacroHost.h"
 
 namespace kv {
-struct Session;
-class CPackage;
 class CStructuredFileGroup;
 }  // namespace kv
 
@@ -21,8 +20,7 @@ namespace kv::macro {
 struct NoFolderYet {};
 
 struct CommandContext {
-  Session& session;
-  CPackage& package;
+  MacroHost& host;
   const CStructuredFileGroup& parameters;
   // Starts as the generic message; a command with a text of its own replaces
   // it before it touches anything, so a failure names what went wrong.

@@ -1,13 +1,11 @@
-// The macro interpreter: walks a macro group and runs its commands.
+// The macro interpreter: walks a macro group and runs its commands through
+// the host.
 #include "macro/Interpreter.h"
 
 #include "base/Text.h"
-#include "install/InstallFile.h"
-#include "install/ExpandPath.h"
 #include "macro/CommandContext.h"
 #include "macro/MacroCommands.h"
-#include "package/CPackage.h"
-#include "session/Session.h"
+#include "package/CStructuredFile.h"
 
 namespace kv {
 
@@ -24,8 +22,8 @@ std::string CommandContext::PathParam(std::string_view name) const {
   // of a kept cancelled run). "*appdir*\x" would then name "\x" at the root
   // of the current drive, a file the package never put there: the command is
   // refused without a word. The expansion itself stays as defined.
-  if (package.InstalledIn.empty() && LowerCase(raw).find("*appdir*") != std::string::npos) throw NoFolderYet{};
-  return modInstall::ExpandPath(session, raw, &package);
+  if (host.InstallationFolder().empty() && LowerCase(raw).find("*appdir*") != std::string::npos) throw NoFolderYet{};
+  return host.ExpandPath(raw);
 }
 
 void CommandContext::SetMessage(std::string_view text, std::string_view path) {
@@ -38,7 +36,7 @@ namespace {
 
 class Interpreter {
  public:
-  Interpreter(Session& session, CPackage& package) : session_(session), package_(package) {}
+  explicit Interpreter(MacroHost& host) : host_(host) {}
 
   // Square-bracket children are commands; values and named groups are not.
   // An abort confirmed at a prompt ends the walk after that command.
@@ -47,7 +45,7 @@ class Interpreter {
       const CStructuredFileGroup* command = item ? item->AsGroup() : nullptr;
       if (!command || !command->CollectionItem) continue;
       RunCommand(*command);
-      if (session_.Cancelled) return;
+      if (host_.Cancelled()) return;
     }
   }
 
@@ -62,20 +60,20 @@ class Interpreter {
       std::optional<CommandInfo> info = LookupCommand(name);
       if (!info) return;
 
-      CommandContext context{session_, package_, group, errorMessage,
+      CommandContext context{host_, group, errorMessage,
                              [this](const CStructuredFileGroup& body) { Walk(body); }};
       try {
         Perform(info->command, context);
-        session_.Log("Makro: " + Describe(group) + " - ausgeführt");
+        host_.Log("Makro: " + Describe(group) + " - ausgeführt");
         return;
       } catch (const NoFolderYet&) {
         return;
       } catch (...) {
-        session_.Log("Makro: " + Describe(group) + " - fehlgeschlagen" + (info->silent ? " (ohne Rückfrage)" : ""));
+        host_.Log("Makro: " + Describe(group) + " - fehlgeschlagen" + (info->silent ? " (ohne Rückfrage)" : ""));
         if (info->silent) return;
       }
       // 0 abort (cancellation confirmed: the walk ends), 1 retry, 2 ignore.
-      if (modInstall::AskAbortRetryIgnore(session_, errorMessage) != modInstall::kRetry) return;
+      if (host_.AskAbortRetryIgnore(errorMessage) != Answer::Retry) return;
     }
   }
 
@@ -102,17 +100,16 @@ class Interpreter {
     }
   }
 
-  Session& session_;
-  CPackage& package_;
+  MacroHost& host_;
 };
 
 }  // namespace
 
-void Execute(const CMacro& macro, Session& session, CPackage& package) {
+void Execute(const CMacro& macro, MacroHost& host) {
   // Keep the group alive while it runs, whatever the commands do.
   std::shared_ptr<CStructuredFileGroup> group = macro.Group();
   if (!group) return;
-  Interpreter(session, package).Walk(*group);
+  Interpreter(host).Walk(*group);
 }
 
 }  // namespace macro

@@ -1,9 +1,9 @@
 #include "macro/MacroCommands.h"
 
 #include <array>
+#include <utility>
 
 #include "base/Text.h"
-#include "platform/RegTools.h"
 
 namespace kv::macro {
 
@@ -54,9 +54,15 @@ bool PassesWildcardGuard(std::string_view expandedPath) {
 RegistryLocation SplitRegistryKey(const std::string& key) {
   // Only the three roots the installer writes are recognised; anything else
   // (HKEY_USERS\... included) is a key below HKEY_CURRENT_USER as it stands.
-  HKEY root = HKEY_CURRENT_USER;
-  std::string subKey = modRegTools::SplitRoot(key, root);
-  return {root, subKey};
+  static constexpr std::array<std::pair<std::string_view, RegistryRoot>, 3> kRoots{{
+      {"hkey_current_user\\", RegistryRoot::CurrentUser},
+      {"hkey_local_machine\\", RegistryRoot::LocalMachine},
+      {"hkey_classes_root\\", RegistryRoot::ClassesRoot},
+  }};
+  for (const auto& [prefix, root] : kRoots)
+    if (key.size() >= prefix.size() && EqualsNoCase(std::string_view(key).substr(0, prefix.size()), prefix))
+      return {root, key.substr(prefix.size())};
+  return {RegistryRoot::CurrentUser, key};
 }
 
 }  // namespace kv::macro

@@ -23,7 +23,7 @@
 #include <string>
 #include <string_view>
 
-#include <windows.h>
+#include "macro/MacroHost.h"
 
 namespace kv::macro {
 
@@ -112,7 +112,7 @@ bool PassesWildcardGuard(std::string_view expandedPath);
 
 // Root and key below it, as the macro commands read "Key".
 struct RegistryLocation {
-  HKEY root;
+  RegistryRoot root;
   std::string subKey;
 };
 RegistryLocation SplitRegistryKey(const std::string& key);

@@ -2,7 +2,6 @@
 #include "macro/CommandContext.h"
 #include "package/CStructuredFile.h"
 #include "base/Text.h"
-#include "platform/RegTools.h"
 
 namespace kv::macro {
 
@@ -14,9 +13,9 @@ bool Given(const std::string& text) { return !text.empty() && text != kAbsentMar
 bool RegStringCondition(const CommandContext& c, const RegistryLocation& at) {
   std::string valueName = c.Param("Value");
   std::string data = c.Param("Data", kAbsentMarker);
-  if (Given(data)) return modRegTools::GetString(at.subKey, valueName, "", at.root) == data;
+  if (Given(data)) return c.host.ReadString(at.root, at.subKey, valueName) == data;
   std::string dataNot = c.Param("DataNot", kAbsentMarker);
-  if (Given(dataNot)) return modRegTools::GetString(at.subKey, valueName, "", at.root) != dataNot;
+  if (Given(dataNot)) return c.host.ReadString(at.root, at.subKey, valueName) != dataNot;
   return false;
 }
 
@@ -28,16 +27,16 @@ void RunRegistryCommand(Command command, CommandContext& c) {
     case Command::RegDelete: {
       std::string valueName = c.Param("Value");
       // An empty name would delete the key itself; the command is for values.
-      if (!valueName.empty()) modRegTools::Delete(at.subKey, valueName, at.root);
+      if (!valueName.empty()) c.host.DeleteValue(at.root, at.subKey, valueName);
       return;
     }
     case Command::RegSetString:
-      if (!at.subKey.empty()) modRegTools::SetString(at.subKey, c.Param("Value"), c.Param("Data"), at.root);
+      if (!at.subKey.empty()) c.host.WriteString(at.root, at.subKey, c.Param("Value"), c.Param("Data"));
       return;
     case Command::RegSetDword:
       if (!at.subKey.empty()) {
         int32_t number = ToInt32(c.Param("Data", "0"));  // TypeMismatch / Overflow go to the prompt
-        modRegTools::SetNumber(at.subKey, c.Param("Value"), number, at.root);
+        c.host.WriteNumber(at.root, at.subKey, c.Param("Value"), number);
       }
       return;
     case Command::IfRegString:
