@@ -40,7 +40,12 @@ for target in $targets; do
   # -rss_limit_mb: a blow-up counts as a finding, not as a slow machine.
   if ! "$target" "${limit[@]}" -timeout="${FUZZ_TIMEOUT:-30}" -rss_limit_mb=2048 -max_len=65536 \
        -print_final_stats=1 -artifact_prefix="$artifacts" "$work" "$root/fuzz/corpus/$name" >"$log" 2>&1; then
-    status=1; result=failed
+    result=failed
+  fi
+  # Stopped by hand (Ctrl-C): what ran counts, and nothing was found.
+  if grep -q 'libFuzzer: run interrupted' "$log"; then result=interrupted; fi
+  if [ $result = failed ]; then
+    status=1
     echo "run-fuzz: $name found a problem; see $log and $artifacts" >&2
   fi
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
@@ -49,5 +54,5 @@ for target in $targets; do
   echo "$name: ${runs:-0} executions, corpus $corpus inputs, $result"
 done
 echo "== executions over all runs recorded in $ledger"
-awk -F'\t' '{ n[$3] += $4; f[$3] += ($6 != "passed") } END { for (t in n) printf "%s: %d executions, %d failed runs\n", t, n[t], f[t] }' "$ledger" | sort
+awk -F'\t' '{ n[$3] += $4; f[$3] += ($6 == "failed") } END { for (t in n) printf "%s: %d executions, %d failed runs\n", t, n[t], f[t] }' "$ledger" | sort
 exit $status
