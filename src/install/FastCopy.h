@@ -6,27 +6,38 @@
 // for every other case.
 #include <windows.h>
 
+#include <functional>
 #include <string>
 
 namespace kv::modInstall {
 
+enum class NewFileCopy {
+  Copied,    // the file is in place
+  Occupied,  // something is already at folder\name; nothing was touched
+  Failed,    // nothing of ours is left; the system copy decides
+};
+
 // Installs sourcePath as folder\name where nothing exists yet, as the system's
-// version-aware copy would: a copy under a temporary name in `folder`, then a
-// rename that never replaces. These together leave the system copy no
-// outcome but "copied" (result 0) or a physical failure:
+// version-aware copy would. Its outcome can then only be "copied" (result 0)
+// or a physical failure, given that
 //   - the system is of the NT family (long names, no short-name detour);
 //   - the version search reported no current copy anywhere;
 //   - nothing exists at folder\name (so no version to compare, nothing to
-//     delete, nothing in use, nothing write-protected).
-// The caller ensures the first two; the third is proven by the rename, which
-// fails when anything is there. The source being compressed is the one
-// remaining difference (the system copy expands it); such a source is left
-// to the system copy.
-// On true the file is in place with the last-write time of the source (as the
-// system copy leaves it), its attributes cleared and its creation time set to
-// `creationTime` (universal time). On false nothing of ours is left and the
-// caller makes the system call, which then also reports any failure.
-bool CopyNewFile(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
-                 const FILETIME& creationTime);
+//     delete, nothing in use, nothing write-protected);
+//   - the source is not compressed (the system copy would expand it).
+// The caller ensures the first two; this function checks the source, and
+// proves the third by creating the file new at its name, which fails when
+// anything is there. The system copy works under a temporary name and
+// renames; creating at the name instead saves two look-ups of a missing name
+// per file, which dominate a small file's cost under wine. While the bytes
+// are written a partial file is visible at the name; `created` is called
+// right after the create, before the first byte, so the caller can note the
+// name (a run ended hard then leaves a named file, not an unknown temporary).
+// On Copied the file has the last-write time of the source (as the system
+// copy leaves it), no attributes and the creation time `creationTime`
+// (universal time). On Failed our file is deleted again and the caller makes
+// the system call, which then also reports any failure.
+NewFileCopy CopyNewFile(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
+                        const FILETIME& creationTime, const std::function<void()>& created);
 
 }  // namespace kv::modInstall

@@ -4,6 +4,7 @@
 #include <winver.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "install/Conflict.h"
@@ -82,13 +83,13 @@ DWORD InstallVersioned(DWORD flags, const std::wstring& srcName, const std::wstr
                          const_cast<LPWSTR>(curDir.c_str()), tmpFile.data(), &tmpLen);
 }
 
-bool QuickCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
-               const FILETIME& creationTime) {
+NewFileCopy QuickCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
+                      const FILETIME& creationTime, const std::function<void()>& created) {
   if (seams::g_override && seams::g_override->CopyNewFile) {
-    return seams::g_override->CopyNewFile(sourcePath, folder, name, creationTime);
+    return seams::g_override->CopyNewFile(sourcePath, folder, name, creationTime, created);
   }
-  if (seams::g_override && seams::g_override->VerInstallFile) return false;
-  return CopyNewFile(sourcePath, folder, name, creationTime);
+  if (seams::g_override && seams::g_override->VerInstallFile) return NewFileCopy::Failed;
+  return CopyNewFile(sourcePath, folder, name, creationTime, created);
 }
 
 std::wstring W(const std::string& s) { return win::Widen(s); }
@@ -389,15 +390,20 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
     }
 
     // With nothing at the recommended place, whatever is there after the
-    // copy is ours: journaled before it starts.
+    // copy is ours: journaled before it starts. Where the quick copy is
+    // tried, its create at the name is the existence check (it fails when
+    // anything is there), and it journals the name before the first byte.
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
-    const bool existsThere = modTools::FileExists(existingPath);
-    if (journaled && !existsThere) JournalCopy(package, existingPath);
-
-    // The quick copy's rename never replaces: when it succeeds, nothing was at
-    // the recommended place, where the rule below would have said "install".
-    const bool quick = !existsThere && QuickCopyMayApply(session, wCurDir, force) &&
-                       QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()));
+    NewFileCopy quickCopy = NewFileCopy::Failed;
+    if (QuickCopyMayApply(session, wCurDir, force)) {
+      quickCopy = QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()), [&] {
+        if (journaled) JournalCopy(package, existingPath);
+      });
+    }
+    const bool quick = quickCopy == NewFileCopy::Copied;
+    const bool existsThere = quickCopy == NewFileCopy::Occupied ||
+                             (quickCopy == NewFileCopy::Failed && modTools::FileExists(existingPath));
+    if (journaled && quickCopy == NewFileCopy::Failed && !existsThere) JournalCopy(package, existingPath);
 
     // Version rule: 0 same, 1 existing newer, 2 source newer, -1 no versions.
     // With nothing at the recommended place every branch of the rule ends in

@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 
+#include "install/FastCopy.h"
+
 namespace kv::modInstall::seams {
 
 struct SystemFunctions {
@@ -20,8 +22,8 @@ struct SystemFunctions {
   std::function<DWORD(DWORD flags, LPCWSTR srcFileName, LPCWSTR destFileName, LPCWSTR srcDir, LPCWSTR destDir,
                       LPCWSTR curDir, LPWSTR tmpFile, PUINT tmpFileLen)>
       VerInstallFile;
-  std::function<bool(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
-                     const FILETIME& creationTime)>
+  std::function<NewFileCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
+                            const FILETIME& creationTime, const std::function<void()>& created)>
       CopyNewFile;
 };
 

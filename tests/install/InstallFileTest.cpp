@@ -103,8 +103,11 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
     for (int way = 0; way < 2; ++way) {  // 0: system copy only, 1: as the engine runs
       modInstall::seams::SystemFunctions functions;
       functions.CopyNewFile = [&](const std::wstring& s, const std::wstring& f, const std::wstring& d,
-                                  const FILETIME& t) {
-        return way == 1 && modInstall::CopyNewFile(s, f, d, t) && ++quick;
+                                  const FILETIME& t, const std::function<void()>& created) {
+        if (way == 0) return modInstall::NewFileCopy::Failed;
+        const modInstall::NewFileCopy result = modInstall::CopyNewFile(s, f, d, t, created);
+        quick += result == modInstall::NewFileCopy::Copied;
+        return result;
       };
       modInstall::seams::ScopedSystemFunctions scope(functions);
       const std::string world = Scratch.MakeFolder("Welt" + std::to_string(n) + "-" + std::to_string(way));
