@@ -91,9 +91,14 @@ NewFileCopy CopyNewFile(const std::wstring& sourcePath, const std::wstring& fold
 
   Handle source(CreateFileW(sourcePath.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                             FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-  BY_HANDLE_FILE_INFORMATION info;
-  if (!source.ok() || !GetFileInformationByHandle(source.get(), &info)) return NewFileCopy::Failed;
-  const ULONGLONG size = (ULONGLONG{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
+  // Size and last-write time each by their own small query: the one query
+  // for all of a file's information (its name included) measured under wine
+  // at more than the whole copy of a small file.
+  LARGE_INTEGER length;
+  FILETIME lastWrite;
+  if (!source.ok() || !GetFileSizeEx(source.get(), &length) || !GetFileTime(source.get(), nullptr, nullptr, &lastWrite))
+    return NewFileCopy::Failed;
+  const ULONGLONG size = static_cast<ULONGLONG>(length.QuadPart);
   // A small file is read whole; of a large one the head tells whether it is
   // compressed.
   const DWORD firstRead = static_cast<DWORD>(size > kWholeFileLimit ? 8 : size);
@@ -114,7 +119,7 @@ NewFileCopy CopyNewFile(const std::wstring& sourcePath, const std::wstring& fold
   created();
   DWORD written = 0;
   if ((size == 0 || (WriteFile(file.get(), bytes.data(), firstRead, &written, nullptr) && written == size)) &&
-      SetTimesAndAttributes(file.get(), creationTime, &info.ftLastWriteTime))
+      SetTimesAndAttributes(file.get(), creationTime, &lastWrite))
     return NewFileCopy::Copied;
   FILE_DISPOSITION_INFO dispose = {TRUE};
   SetFileInformationByHandle(file.get(), FileDispositionInfo, &dispose, sizeof(dispose));
