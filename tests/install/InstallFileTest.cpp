@@ -161,6 +161,54 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
   }
 }
 
+// The quick copy creates at the name itself: whatever is there stays as it
+// was, and the name is announced (for the journal) only once the file is ours.
+TEST_F(InstallFileTest, QuickCopyNeverTouchesWhatIsThere) {
+  enum Place { kNothing, kFile, kFolder, kNoParent };
+  struct Row {
+    const char* label;
+    Place place;
+    bool large, compressed;
+    modInstall::NewFileCopy result;
+  };
+  const Row rows[] = {
+      {"new", kNothing, false, false, modInstall::NewFileCopy::Copied},
+      {"file at the name", kFile, false, false, modInstall::NewFileCopy::Occupied},
+      {"file at the name, large source", kFile, true, false, modInstall::NewFileCopy::Occupied},
+      {"folder at the name", kFolder, false, false, modInstall::NewFileCopy::Occupied},
+      {"no such folder", kNoParent, false, false, modInstall::NewFileCopy::Failed},
+      {"compressed source", kNothing, false, true, modInstall::NewFileCopy::Failed},
+  };
+  int n = 0;
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.label);
+    const std::string name = "quick" + std::to_string(++n) + ".dat";
+    const std::string source = Medium + "\\" + name;
+    const std::string head = r.compressed ? std::string("SZDD\x88\xF0\x27\x33", 8) : "";
+    Scratch.WriteFile("medium\\" + name, head + std::string(r.large ? 1536 * 1024 : 100, 'q'));
+    const std::string folder = r.place == kNoParent ? App + "\\fehlt" : Scratch.MakeFolder("Ziel" + std::to_string(n));
+    const std::string target = folder + "\\" + name;
+    if (r.place == kFile) Scratch.WriteFile("Ziel" + std::to_string(n) + "\\" + name, "schon da");
+    if (r.place == kFolder) CreateDirectoryW(win::Widen(target).c_str(), nullptr);
+    int announced = 0;
+    bool existedWhenAnnounced = false;
+    const modInstall::NewFileCopy result =
+        modInstall::CopyNewFile(win::Widen(source), win::Widen(folder), win::Widen(name), FILETIME{}, [&] {
+          ++announced;
+          existedWhenAnnounced = Exists(target);
+        });
+    EXPECT_EQ(result, r.result);
+    EXPECT_EQ(announced, r.result == modInstall::NewFileCopy::Copied ? 1 : 0);
+    EXPECT_EQ(existedWhenAnnounced, announced == 1);
+    if (r.place == kFile) EXPECT_EQ(ReadFileBytes(target), "schon da");
+    if (r.place == kFolder) EXPECT_TRUE(GetFileAttributesW(win::Widen(target).c_str()) & FILE_ATTRIBUTE_DIRECTORY);
+    if (r.result == modInstall::NewFileCopy::Copied) EXPECT_EQ(ReadFileBytes(target), ReadFileBytes(source));
+    if (r.place == kNothing || r.place == kNoParent) {
+      EXPECT_EQ(Exists(target), r.result == modInstall::NewFileCopy::Copied);
+    }
+  }
+}
+
 TEST_F(InstallFileTest, MissingSourceTextNamesTheMedium) {
   struct Row {
     std::string source;
