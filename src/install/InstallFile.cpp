@@ -84,12 +84,12 @@ DWORD InstallVersioned(DWORD flags, const std::wstring& srcName, const std::wstr
 }
 
 NewFileCopy QuickCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
-                      const FILETIME& creationTime, const std::function<void()>& created) {
+                      const FILETIME& creationTime, const Announce& announce) {
   if (seams::g_override && seams::g_override->CopyNewFile) {
-    return seams::g_override->CopyNewFile(sourcePath, folder, name, creationTime, created);
+    return seams::g_override->CopyNewFile(sourcePath, folder, name, creationTime, announce);
   }
   if (seams::g_override && seams::g_override->VerInstallFile) return NewFileCopy::Failed;
-  return CopyNewFile(sourcePath, folder, name, creationTime, created);
+  return CopyNewFile(sourcePath, folder, name, creationTime, announce);
 }
 
 std::wstring W(const std::string& s) { return win::Widen(s); }
@@ -391,14 +391,14 @@ void InstallFile(Session& session, CPackage& package, const std::string& sourceN
 
     // With nothing at the recommended place, whatever is there after the
     // copy is ours: journaled before it starts. Where the quick copy is
-    // tried, its create at the name is the existence check (it fails when
-    // anything is there), and it journals the name before the first byte.
+    // tried, it checks the place itself and announces what it creates.
     const std::string existingPath = modTools::JoinPath(recDir, vDestName);
     NewFileCopy quickCopy = NewFileCopy::Failed;
     if (QuickCopyMayApply(session, wCurDir, force)) {
-      quickCopy = QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()), [&] {
-        if (journaled) JournalCopy(package, existingPath);
-      });
+      quickCopy = QuickCopy(W(sourcePath), wRecDir, wDestName, modTools::UniversalFileTime(PresentLocalTime()),
+                            [&](const std::wstring& path) {
+                              if (journaled) JournalCopy(package, win::Narrow(path));
+                            });
     }
     const bool quick = quickCopy == NewFileCopy::Copied;
     const bool existsThere = quickCopy == NewFileCopy::Occupied ||

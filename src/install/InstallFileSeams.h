@@ -23,7 +23,7 @@ struct SystemFunctions {
                       LPCWSTR curDir, LPWSTR tmpFile, PUINT tmpFileLen)>
       VerInstallFile;
   std::function<NewFileCopy(const std::wstring& sourcePath, const std::wstring& folder, const std::wstring& name,
-                            const FILETIME& creationTime, const std::function<void()>& created)>
+                            const FILETIME& creationTime, const Announce& announce)>
       CopyNewFile;
 };
 

@@ -103,9 +103,9 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
     for (int way = 0; way < 2; ++way) {  // 0: system copy only, 1: as the engine runs
       modInstall::seams::SystemFunctions functions;
       functions.CopyNewFile = [&](const std::wstring& s, const std::wstring& f, const std::wstring& d,
-                                  const FILETIME& t, const std::function<void()>& created) {
+                                  const FILETIME& t, const modInstall::Announce& announce) {
         if (way == 0) return modInstall::NewFileCopy::Failed;
-        const modInstall::NewFileCopy result = modInstall::CopyNewFile(s, f, d, t, created);
+        const modInstall::NewFileCopy result = modInstall::CopyNewFile(s, f, d, t, announce);
         quick += result == modInstall::NewFileCopy::Copied;
         return result;
       };
@@ -161,8 +161,9 @@ TEST_F(InstallFileTest, CopyDecisionAndQuickCopyLeaveWhatTheSystemCopyLeaves) {
   }
 }
 
-// The quick copy creates at the name itself: whatever is there stays as it
-// was, and the name is announced (for the journal) only once the file is ours.
+// Whatever is at the name stays as it was; every path the quick copy
+// creates is announced (for the journal) before its bytes, and only the
+// file itself remains.
 TEST_F(InstallFileTest, QuickCopyNeverTouchesWhatIsThere) {
   enum Place { kNothing, kFile, kFolder, kNoParent };
   struct Row {
@@ -173,6 +174,7 @@ TEST_F(InstallFileTest, QuickCopyNeverTouchesWhatIsThere) {
   };
   const Row rows[] = {
       {"new", kNothing, false, false, modInstall::NewFileCopy::Copied},
+      {"new, large", kNothing, true, false, modInstall::NewFileCopy::Copied},
       {"file at the name", kFile, false, false, modInstall::NewFileCopy::Occupied},
       {"file at the name, large source", kFile, true, false, modInstall::NewFileCopy::Occupied},
       {"folder at the name", kFolder, false, false, modInstall::NewFileCopy::Occupied},
@@ -190,16 +192,18 @@ TEST_F(InstallFileTest, QuickCopyNeverTouchesWhatIsThere) {
     const std::string target = folder + "\\" + name;
     if (r.place == kFile) Scratch.WriteFile("Ziel" + std::to_string(n) + "\\" + name, "schon da");
     if (r.place == kFolder) CreateDirectoryW(win::Widen(target).c_str(), nullptr);
-    int announced = 0;
-    bool existedWhenAnnounced = false;
-    const modInstall::NewFileCopy result =
-        modInstall::CopyNewFile(win::Widen(source), win::Widen(folder), win::Widen(name), FILETIME{}, [&] {
-          ++announced;
-          existedWhenAnnounced = Exists(target);
-        });
+    std::vector<std::string> announced;
+    const modInstall::NewFileCopy result = modInstall::CopyNewFile(
+        win::Widen(source), win::Widen(folder), win::Widen(name), FILETIME{},
+        [&](const std::wstring& path) { announced.push_back(win::Narrow(path)); });
     EXPECT_EQ(result, r.result);
-    EXPECT_EQ(announced, r.result == modInstall::NewFileCopy::Copied ? 1 : 0);
-    EXPECT_EQ(existedWhenAnnounced, announced == 1);
+    if (r.result == modInstall::NewFileCopy::Copied) {
+      EXPECT_NE(std::find(announced.begin(), announced.end(), target), announced.end());
+      EXPECT_EQ(ListFolder(folder), std::vector<std::string>{name});
+    }
+    if (r.result != modInstall::NewFileCopy::Copied) {
+      EXPECT_TRUE(announced.empty());
+    }
     if (r.place == kFile) EXPECT_EQ(ReadFileBytes(target), "schon da");
     if (r.place == kFolder) EXPECT_TRUE(GetFileAttributesW(win::Widen(target).c_str()) & FILE_ATTRIBUTE_DIRECTORY);
     if (r.result == modInstall::NewFileCopy::Copied) EXPECT_EQ(ReadFileBytes(target), ReadFileBytes(source));
