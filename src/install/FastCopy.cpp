@@ -61,6 +61,18 @@ NewFileCopy AfterFailedCreate(DWORD error) {
   return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS ? NewFileCopy::Occupied : NewFileCopy::Failed;
 }
 
+// Removes a file of ours that could not be finished, through its handle.
+bool DeleteThrough(HANDLE file) {
+  FILE_DISPOSITION_INFO dispose = {TRUE};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &dispose, sizeof(dispose)) != 0;
+}
+
+// Removes a file of ours by name, write protection and all.
+void DeleteByName(const std::wstring& path) {
+  SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  DeleteFileW(path.c_str());
+}
+
 // A name for a large copy in progress, unique to this process and call.
 std::wstring TemporaryPath(const std::wstring& folder) {
   static unsigned counter = 0;
@@ -94,10 +106,7 @@ NewFileCopy CopyLargeFile(const std::wstring& sourcePath, const std::wstring& fo
   announce(temporary);
   announce(target);
   if (!CopyFileW(sourcePath.c_str(), temporary.c_str(), TRUE)) {
-    if (GetLastError() != ERROR_FILE_EXISTS) {  // a partial copy of ours
-      SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
-      DeleteFileW(temporary.c_str());
-    }
+    if (GetLastError() != ERROR_FILE_EXISTS) DeleteByName(temporary);  // a partial copy of ours
     return NewFileCopy::Failed;
   }
   {
@@ -107,13 +116,10 @@ NewFileCopy CopyLargeFile(const std::wstring& sourcePath, const std::wstring& fo
     if (file.ok() && SetTimesAndAttributes(file.get(), creationTime, nullptr)) {
       if (RenameNoReplace(file.get(), target)) return NewFileCopy::Copied;
       const bool occupied = GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS;
-      FILE_DISPOSITION_INFO dispose = {TRUE};
-      if (SetFileInformationByHandle(file.get(), FileDispositionInfo, &dispose, sizeof(dispose)))
-        return occupied ? NewFileCopy::Occupied : NewFileCopy::Failed;
+      if (DeleteThrough(file.get())) return occupied ? NewFileCopy::Occupied : NewFileCopy::Failed;
     }
   }
-  SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
-  DeleteFileW(temporary.c_str());
+  DeleteByName(temporary);
   return NewFileCopy::Failed;
 }
 
@@ -157,8 +163,7 @@ NewFileCopy CopyNewFile(const std::wstring& sourcePath, const std::wstring& fold
   if ((size == 0 || (WriteFile(file.get(), bytes.data(), firstRead, &written, nullptr) && written == size)) &&
       SetTimesAndAttributes(file.get(), creationTime, &lastWrite))
     return NewFileCopy::Copied;
-  FILE_DISPOSITION_INFO dispose = {TRUE};
-  SetFileInformationByHandle(file.get(), FileDispositionInfo, &dispose, sizeof(dispose));
+  DeleteThrough(file.get());
   return NewFileCopy::Failed;
 }
 

@@ -4,7 +4,6 @@
 #include <winver.h>
 
 #include <algorithm>
-#include <functional>
 #include <string>
 
 #include "install/Conflict.h"
